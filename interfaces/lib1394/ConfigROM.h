@@ -1,0 +1,80 @@
+#pragma once
+
+#include "zul/Array.h"
+#include "zul/PointerStorage.h"
+#include "zul/SharedResource.h"
+#include "zul/String.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace lib1394 {
+
+// One directory entry exactly as it stands in the ROM: the key byte, then the 24-bit value,
+// most significant byte first.
+struct cr_key_value_t {
+    uint8_t key;
+    uint8_t value[3];
+};
+static_assert(sizeof(cr_key_value_t) == 4, "a directory entry is one quadlet");
+
+// What a bus reports of one port: a text, the node count and the unique ids known per node.
+struct port_info_t {
+    zul::String text;
+    uint32_t nodeCount = 0;
+    zul::Array<uint64_t> nodeGuids;
+};
+
+// The largest Configuration ROM a node can have: 256 quadlets.
+constexpr unsigned MaxRomSize = 1024;
+
+// Reads one node's Configuration ROM, bytes in ROM (bus) order. A bus derives from it.
+class ConfigROMAccessor {
+public:
+    ConfigROMAccessor(unsigned port, uint64_t guid, bool accessible);
+    virtual ~ConfigROMAccessor();
+    ConfigROMAccessor(const ConfigROMAccessor&) = delete;
+    ConfigROMAccessor& operator=(const ConfigROMAccessor&) = delete;
+
+    bool isAccessible() const { return accessible_; }
+    uint64_t getGuid() const { return guid_; }
+    unsigned getPort() const { return port_; }
+
+    // Reads exactly length bytes at a ROM offset; false when any of them cannot be read.
+    bool readStructure(unsigned offset, void* buffer, unsigned length);
+    // Reads up to length bytes at a ROM offset and answers how many were read.
+    virtual unsigned readBlock(unsigned offset, unsigned length, void* buffer);
+    // Lists the ports of the machine in port-index order; false when they cannot be listed.
+    virtual bool getPortInfo(zul::Array<port_info_t>& ports);
+
+    // Number of accessors alive in the process.
+    static size_t liveCount();
+
+private:
+    unsigned port_;
+    uint64_t guid_;
+    bool accessible_;
+};
+
+using AccessorHandle = zul::SharedResource<zul::PointerStorage<ConfigROMAccessor, 0, 3>, 0>;
+
+// A source of ROM accessors: the machine's buses, a set of image files, or memory.
+class Bus {
+public:
+    virtual ~Bus() = default;
+    // The accessor for a node id on a port, for a port (node id 0) or for the port list
+    // (port FFFFFFFFh). Never null: an unknown node gives an accessor that is not accessible.
+    virtual ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) = 0;
+};
+
+class ConfigROMContext {
+public:
+    static constexpr unsigned AllPorts = 0xFFFFFFFFu;
+
+    // The accessor of the installed bus; without a bus, an accessor that reads nothing.
+    static AccessorHandle getConfigROMAccessor(unsigned port, unsigned nodeId, bool flag);
+    static void installBus(std::shared_ptr<Bus> bus);
+    static std::shared_ptr<Bus> installedBus();
+};
+
+} // namespace lib1394
