@@ -51,8 +51,7 @@ void os_init();
 
 // Sets a declared property's value and adds it to the device, when both exist.
 void publishProperty(vesk5::DeviceProperty* property, vesk5::SysInfoDevice* device, bool value);
-void publishProperty(vesk5::DeviceProperty* property, vesk5::SysInfoDevice* device,
-                     uint32_t value);
+void publishProperty(vesk5::DeviceProperty* property, vesk5::SysInfoDevice* device, uint32_t value);
 void publishProperty(vesk5::DeviceProperty* property, vesk5::SysInfoDevice* device,
                      const zul::String& value);
 

@@ -39,7 +39,7 @@ private:
     static DeviceHandle createParentDevice(unsigned int port);
 
     bool readCoveredArea(const unsigned char* block);
-    void recordReadFailure(uint32_t offset, uint32_t length);
+    void recordReadFailure(uint32_t offset, uint32_t length, int line);
     void checkSignature(const unsigned char* block, bool& ok);
     void publishBusOptions(const unsigned char* block);
     static void enumeratePort(unsigned port, const lib1394::port_info_t& info,

@@ -30,9 +30,8 @@ private:
     static unsigned short calculateCRC16(unsigned crc, unsigned quadlet);
     static unsigned short crcOfQuadlets(const zul::Buffer<unsigned char>& data, unsigned start,
                                         unsigned length, bool exchanged);
-    static void recordMismatch(unsigned short expected, unsigned short calculated,
-                               unsigned offset, unsigned length, const zul::String& crcType,
-                               lib1394_log& log);
+    static void recordMismatch(unsigned short expected, unsigned short calculated, unsigned offset,
+                               unsigned length, const zul::String& crcType, lib1394_log& log);
 };
 
 } // namespace libRombus

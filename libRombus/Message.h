@@ -30,8 +30,8 @@ void setEventVariable(vesk5::Event* event, lib1394_log& log, const vesk5::VeskSt
                       const zul::String& text);
 
 // Reports the event by the record's level, but only when the finder has no device to carry it.
-void raiseLog(const vesk5::Event* event, const lib1394_log& log,
-              const vesk5::SysInfoDevice* device, const vesk5::VeskString& sourceFile, int line);
+void raiseLog(const vesk5::Event* event, const lib1394_log& log, const vesk5::SysInfoDevice* device,
+              const vesk5::VeskString& sourceFile, int line);
 
 // Appends copies of all records of one list to another, in order.
 void appendMessages(Messages& to, const Messages& from);

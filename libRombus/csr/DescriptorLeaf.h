@@ -13,7 +13,7 @@ public:
 
 private:
     bool reportReadFailure(unsigned length, int line);
-    void publishText(unsigned length);
+    bool publishText(unsigned length);
 };
 
 } // namespace libRombus

@@ -8,8 +8,8 @@ namespace libRombus {
 class Node : public Entry {
 public:
     // The block lies at entryOffset + 4 * value of the entry, in 32-bit arithmetic.
-    Node(unsigned entryOffset, const lib1394::cr_key_value_t& key,
-         const AccessorHandle& accessor, DeviceHandle parentDevice);
+    Node(unsigned entryOffset, const lib1394::cr_key_value_t& key, const AccessorHandle& accessor,
+         DeviceHandle parentDevice);
     ~Node() override;
 
     zul::String getHwLocator() const;
