@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace rombus_test {
+
+// The IEEE 1212 CRC-16 computed bit by bit, as an oracle independent of the module's nibble form.
+inline uint16_t crc16(const std::vector<uint32_t>& quadlets, size_t first, size_t count) {
+    uint16_t crc = 0;
+    for (size_t i = first; i < first + count; ++i)
+        for (int bit = 31; bit >= 0; --bit) {
+            bool feedback = ((crc >> 15) ^ (quadlets[i] >> bit)) & 1;
+            crc = static_cast<uint16_t>(crc << 1) ^ (feedback ? 0x1021 : 0);
+        }
+    return crc;
+}
+
+// Lays out a Configuration ROM: the bus information block, then blocks in the order they are
+// declared (the first directory is the root, at offset 20). Directory entries refer to blocks by
+// id; offsets and CRCs are filled in when the image is made.
+class RomLayout {
+public:
+    struct Item {
+        uint8_t key;
+        uint32_t value;
+        int target = -1; // block id, or -1 for an immediate value
+    };
+
+    explicit RomLayout(uint64_t guid = 0x0001020304050607ull, uint8_t capabilities = 0xE0,
+                       uint8_t maxRec = 8) {
+        quadlets_ = {0, 0x31333934, uint32_t{capabilities} << 24 | uint32_t{maxRec} << 12,
+                     static_cast<uint32_t>(guid >> 32), static_cast<uint32_t>(guid)};
+    }
+
+    static Item immediate(uint8_t key, uint32_t value) { return {key, value}; }
+    static Item ref(uint8_t key, int block) { return {key, 0, block}; }
+
+    int directory(std::vector<Item> items) {
+        blocks_.push_back({std::move(items), {}});
+        return static_cast<int>(blocks_.size()) - 1;
+    }
+    int leaf(std::vector<uint32_t> body) {
+        blocks_.push_back({{}, std::move(body)});
+        return static_cast<int>(blocks_.size()) - 1;
+    }
+    int textLeaf(const std::string& text, uint32_t widthCharsetLanguage = 0) {
+        std::vector<uint32_t> body = {0, widthCharsetLanguage};
+        for (size_t i = 0; i < text.size(); i += 4) {
+            uint32_t q = 0;
+            for (size_t j = 0; j < 4; ++j)
+                q = q << 8 | (i + j < text.size() ? uint8_t(text[i + j]) : 0);
+            body.push_back(q);
+        }
+        return leaf(body);
+    }
+
+    // ROM offset of a block's header.
+    uint32_t offsetOf(int block) const {
+        uint32_t offset = 20;
+        for (int i = 0; i < block; ++i)
+            offset += 4 * (1 + bodySize(blocks_[i]));
+        return offset;
+    }
+
+    std::vector<uint8_t> image() const {
+        std::vector<uint32_t> rom = quadlets_;
+        for (size_t b = 0; b < blocks_.size(); ++b)
+            place(rom, blocks_[b]);
+        rom[0] = 0x04000000u | 4u << 16 | crc16(rom, 1, 4);
+        std::vector<uint8_t> bytes;
+        for (uint32_t q : rom)
+            for (int shift = 24; shift >= 0; shift -= 8)
+                bytes.push_back(static_cast<uint8_t>(q >> shift));
+        return bytes;
+    }
+
+private:
+    struct Block {
+        std::vector<Item> items;
+        std::vector<uint32_t> body;
+    };
+
+    static size_t bodySize(const Block& block) {
+        return block.items.empty() ? block.body.size() : block.items.size();
+    }
+
+    void place(std::vector<uint32_t>& rom, const Block& block) const {
+        size_t header = rom.size();
+        rom.push_back(0);
+        if (block.items.empty())
+            rom.insert(rom.end(), block.body.begin(), block.body.end());
+        for (const Item& item : block.items) {
+            uint32_t value = item.value;
+            if (item.target >= 0)
+                value = (offsetOf(item.target) - 4 * static_cast<uint32_t>(rom.size())) / 4;
+            rom.push_back(uint32_t{item.key} << 24 | (value & 0xFFFFFF));
+        }
+        size_t length = rom.size() - header - 1;
+        rom[header] = static_cast<uint32_t>(length) << 16 | crc16(rom, header + 1, length);
+    }
+
+    std::vector<uint32_t> quadlets_;
+    std::vector<Block> blocks_;
+};
+
+} // namespace rombus_test
