@@ -17,10 +17,13 @@ public:
     }
 
     unsigned readBlock(unsigned offset, unsigned length, void* buffer) override {
-        const uint64_t end = uint64_t{offset} + length;
-        if (!isAccessible() || offset >= node_.image.size() || coversFailure(offset, end))
+        if (!isAccessible() || offset >= node_.image.size())
             return 0;
-        uint64_t count = std::min<uint64_t>(end, node_.image.size()) - offset;
+        // Computed in 64 bits so that an offset near the top of the range cannot wrap around.
+        const uint64_t end = std::min<uint64_t>(uint64_t{offset} + length, node_.image.size());
+        if (coversFailure(offset, end))
+            return 0;
+        uint64_t count = end - offset;
         if (node_.shortReadAt == offset)
             count = std::min<uint64_t>(count, node_.shortCount);
         std::memcpy(buffer, node_.image.data() + offset, count);
@@ -66,7 +69,9 @@ private:
 
 } // namespace
 
-MemoryPort& MemoryBus::addPort() { return ports_.emplace_back(); }
+MemoryPort& MemoryBus::addPort() {
+    return ports_.emplace_back();
+}
 
 MemoryNode& MemoryBus::addNode(size_t port, std::vector<uint8_t> image, uint64_t guid) {
     MemoryNode& node = ports_.at(port).nodes.emplace_back();

@@ -46,6 +46,9 @@ zul::String Variables::fill(const zul::String& templateText) const {
             out.append(in, at, std::string::npos);
             break;
         }
+        // A brace left open before the placeholder is plain text: the name starts after the
+        // last "{" before the closing brace.
+        open = in.rfind('{', close);
         out.append(in, at, open - at);
         const Value* value = find(VeskString(zul::String(in.substr(open + 1, close - open - 1))));
         out += value ? value->text().str() : in.substr(open, close - open + 1);
@@ -59,11 +62,17 @@ LocalizedString::LocalizedString(const LocalizedStringSpec& spec)
     ++liveStrings();
 }
 
-LocalizedString::~LocalizedString() { --liveStrings(); }
+LocalizedString::~LocalizedString() {
+    --liveStrings();
+}
 
-zul::String LocalizedString::text() const { return variables_.fill(template_); }
+zul::String LocalizedString::text() const {
+    return variables_.fill(template_);
+}
 
-size_t LocalizedString::liveCount() { return liveStrings(); }
+size_t LocalizedString::liveCount() {
+    return liveStrings();
+}
 
 LocalizedStringSpec::LocalizedStringSpec(const VeskString& id, const VeskString& templateText)
     : id_(id), template_(templateText) {

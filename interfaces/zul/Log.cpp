@@ -41,24 +41,31 @@ LoggerStream& LoggerStream::operator+(unsigned long long number) {
 }
 
 unsigned Logger::resolvePriority() const {
+    // The logger's own name first, then each enclosing name: the most specific setting wins.
     std::string name = name_.str();
-    for (size_t dot = name.rfind('.'); dot != std::string::npos; dot = name.rfind('.')) {
-        name.resize(dot);
+    while (true) {
         bool found = false;
         unsigned priority = LogFactory::configuredPriority(name, found);
         if (found)
             return priority;
+        size_t dot = name.rfind('.');
+        if (dot == std::string::npos)
+            return LOG_ALL;
+        name.resize(dot);
     }
-    return LOG_ALL;
 }
 
 void Logger::log(unsigned priority, const LoggerStream& stream) const {
     LogFactory::write(name_, priority, String(stream.text()));
 }
 
-unsigned LogFactory::getPriority() { return state().priority; }
+unsigned LogFactory::getPriority() {
+    return state().priority;
+}
 
-void LogFactory::setPriority(unsigned priority) { state().priority = priority; }
+void LogFactory::setPriority(unsigned priority) {
+    state().priority = priority;
+}
 
 void LogFactory::createLogger(const String& name, Logger*& slot) {
     auto& logger = state().loggers[name.str()];
@@ -72,7 +79,9 @@ void LogFactory::createLogger(const String& name, Logger*& slot) {
     slot = logger.get();
 }
 
-size_t LogFactory::loggerCount() { return state().loggers.size(); }
+size_t LogFactory::loggerCount() {
+    return state().loggers.size();
+}
 
 Logger* LogFactory::findLogger(const String& name) {
     auto it = state().loggers.find(name.str());
@@ -91,7 +100,9 @@ unsigned LogFactory::configuredPriority(const String& name, bool& found) {
     return found ? it->second : LOG_ALL;
 }
 
-void LogFactory::setSink(LogSink sink) { state().sink = std::move(sink); }
+void LogFactory::setSink(LogSink sink) {
+    state().sink = std::move(sink);
+}
 
 void LogFactory::write(const String& logger, unsigned priority, const String& text) {
     if (state().sink)

@@ -64,7 +64,7 @@ public:
     // Drops this handle's reference; the object goes with the last one.
     void reset() {
         if (manager_ && manager_->dropReference() == 0)
-            delete manager_;
+            destroy(manager_);
         manager_ = nullptr;
     }
 
@@ -76,6 +76,10 @@ public:
     uint32_t useCount() const { return manager_ ? manager_->count() : 0; }
 
 private:
+    // Kept out of line: the compiler cannot follow the reference count, and once it sees the
+    // delete it warns of a use after free on paths where two handles share one block.
+    [[gnu::noinline]] static void destroy(Manager* manager) { delete manager; }
+
     void share() {
         if (manager_)
             manager_->addReference();
