@@ -8,10 +8,48 @@ size_t& liveAccessors() {
     return count;
 }
 
-std::shared_ptr<Bus>& bus() {
-    static std::shared_ptr<Bus> installed;
-    return installed;
+struct Context {
+    std::shared_ptr<Bus> bus;
+    uint64_t readBudget = ConfigROMContext::DefaultReadBudget;
+    std::vector<exhausted_node_t> exhausted;
+};
+
+Context& context() {
+    static Context instance;
+    return instance;
 }
+
+// Passes reads on to a bus's accessor until its budget is spent; every read after that fails
+// and the node is noted once as exhausted.
+class BudgetedAccessor : public ConfigROMAccessor {
+public:
+    BudgetedAccessor(ConfigROMAccessor* inner, unsigned nodeId, uint64_t budget)
+        : ConfigROMAccessor(inner->getPort(), inner->getGuid(), inner->isAccessible()),
+          inner_(inner), nodeId_(nodeId), readsLeft_(budget) {}
+
+    unsigned readBlock(unsigned offset, unsigned length, void* buffer) override {
+        if (readsLeft_ == 0) {
+            noteExhausted();
+            return 0;
+        }
+        --readsLeft_;
+        return inner_->readBlock(offset, length, buffer);
+    }
+
+    bool getPortInfo(zul::Array<port_info_t>& ports) override { return inner_->getPortInfo(ports); }
+
+private:
+    void noteExhausted() {
+        if (!noted_)
+            context().exhausted.push_back({getPort(), nodeId_});
+        noted_ = true;
+    }
+
+    std::unique_ptr<ConfigROMAccessor> inner_;
+    unsigned nodeId_;
+    uint64_t readsLeft_;
+    bool noted_ = false;
+};
 
 } // namespace
 
@@ -20,26 +58,56 @@ ConfigROMAccessor::ConfigROMAccessor(unsigned port, uint64_t guid, bool accessib
     ++liveAccessors();
 }
 
-ConfigROMAccessor::~ConfigROMAccessor() { --liveAccessors(); }
+ConfigROMAccessor::~ConfigROMAccessor() {
+    --liveAccessors();
+}
 
 bool ConfigROMAccessor::readStructure(unsigned offset, void* buffer, unsigned length) {
     return readBlock(offset, length, buffer) == length;
 }
 
-unsigned ConfigROMAccessor::readBlock(unsigned, unsigned, void*) { return 0; }
-
-bool ConfigROMAccessor::getPortInfo(zul::Array<port_info_t>&) { return false; }
-
-size_t ConfigROMAccessor::liveCount() { return liveAccessors(); }
-
-AccessorHandle ConfigROMContext::getConfigROMAccessor(unsigned port, unsigned nodeId, bool) {
-    if (!bus())
-        return AccessorHandle(new ConfigROMAccessor(port, 0, false));
-    return AccessorHandle(bus()->createAccessor(port, nodeId));
+unsigned ConfigROMAccessor::readBlock(unsigned, unsigned, void*) {
+    return 0;
 }
 
-void ConfigROMContext::installBus(std::shared_ptr<Bus> installed) { bus() = std::move(installed); }
+bool ConfigROMAccessor::getPortInfo(zul::Array<port_info_t>&) {
+    return false;
+}
 
-std::shared_ptr<Bus> ConfigROMContext::installedBus() { return bus(); }
+size_t ConfigROMAccessor::liveCount() {
+    return liveAccessors();
+}
+
+AccessorHandle ConfigROMContext::getConfigROMAccessor(unsigned port, unsigned nodeId, bool) {
+    Context& state = context();
+    if (!state.bus)
+        return AccessorHandle(new ConfigROMAccessor(port, 0, false));
+    return AccessorHandle(
+        new BudgetedAccessor(state.bus->createAccessor(port, nodeId), nodeId, state.readBudget));
+}
+
+void ConfigROMContext::installBus(std::shared_ptr<Bus> installed) {
+    context().bus = std::move(installed);
+}
+
+std::shared_ptr<Bus> ConfigROMContext::installedBus() {
+    return context().bus;
+}
+
+void ConfigROMContext::setReadBudget(uint64_t reads) {
+    context().readBudget = reads;
+}
+
+uint64_t ConfigROMContext::readBudget() {
+    return context().readBudget;
+}
+
+const std::vector<exhausted_node_t>& ConfigROMContext::exhaustedNodes() {
+    return context().exhausted;
+}
+
+void ConfigROMContext::clearExhaustedNodes() {
+    context().exhausted.clear();
+}
 
 } // namespace lib1394

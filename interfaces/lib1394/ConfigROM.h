@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace lib1394 {
 
@@ -67,14 +68,31 @@ public:
     virtual ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) = 0;
 };
 
+// A node whose reading ran out of read budget.
+struct exhausted_node_t {
+    unsigned port;
+    unsigned nodeId;
+};
+
+// Hands out the installed bus's accessors. Like a real bus with its transaction limits, it bounds
+// what one reading may cost: every accessor may make a fixed number of reads, after which its
+// reads fail, so that no ROM, however its blocks refer to each other, can keep a reader busy.
 class ConfigROMContext {
 public:
     static constexpr unsigned AllPorts = 0xFFFFFFFFu;
+    static constexpr uint64_t DefaultReadBudget = 65536;
 
     // The accessor of the installed bus; without a bus, an accessor that reads nothing.
     static AccessorHandle getConfigROMAccessor(unsigned port, unsigned nodeId, bool flag);
     static void installBus(std::shared_ptr<Bus> bus);
     static std::shared_ptr<Bus> installedBus();
+
+    // The reads each accessor handed out from now on may make.
+    static void setReadBudget(uint64_t reads);
+    static uint64_t readBudget();
+    // The nodes whose accessors ran out of budget, in the order they did, until cleared.
+    static const std::vector<exhausted_node_t>& exhaustedNodes();
+    static void clearExhaustedNodes();
 };
 
 } // namespace lib1394

@@ -159,3 +159,29 @@ TEST(ConfigROMContextTest, WithoutABusNothingIsRead) {
 }
 
 } // namespace
+
+TEST(ConfigROMContextTest, EveryAccessorHasItsOwnReadBudget) {
+    auto bus = std::make_shared<lib1394::MemoryBus>();
+    bus->addPort();
+    bus->addNode(0, std::vector<uint8_t>(64, 0xAB), 7);
+    ConfigROMContext::installBus(bus);
+    ConfigROMContext::clearExhaustedNodes();
+    ConfigROMContext::setReadBudget(3);
+    uint8_t buffer[4];
+    AccessorHandle rom = ConfigROMContext::getConfigROMAccessor(0, 0xFFC0, true);
+    EXPECT_EQ(rom->getGuid(), 7u);
+    for (int read = 0; read < 3; ++read)
+        EXPECT_TRUE(rom->readStructure(4 * read, buffer, 4));
+    EXPECT_TRUE(ConfigROMContext::exhaustedNodes().empty());
+    EXPECT_EQ(rom->readBlock(0, 4, buffer), 0u);
+    EXPECT_FALSE(rom->readStructure(0, buffer, 4));
+    ASSERT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].port, 0u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
+
+    AccessorHandle fresh = ConfigROMContext::getConfigROMAccessor(0, 0xFFC0, true);
+    EXPECT_TRUE(fresh->readStructure(0, buffer, 4));
+    ConfigROMContext::setReadBudget(ConfigROMContext::DefaultReadBudget);
+    ConfigROMContext::clearExhaustedNodes();
+    ConfigROMContext::installBus(nullptr);
+}

@@ -258,6 +258,32 @@ TEST_F(EnumerationTest, PortsAndNodesInOrderWithTheirRecords) {
     EXPECT_EQ(vesk5::SysInfoDevice::liveCount(), 0u);
 }
 
+TEST_F(EnumerationTest, ARomAskingForExponentialWorkRunsOutOfReadBudget) {
+    // Every level refers twice to the level below: 2^80 parses for a faithful reader.
+    RomLayout layout;
+    const int levels = 80;
+    layout.directory(
+        {RomLayout::immediate(0x03, 1), RomLayout::ref(0xD4, 1), RomLayout::ref(0xD4, 1)});
+    for (int level = 1; level < levels; ++level)
+        layout.directory({RomLayout::ref(0xD4, level + 1), RomLayout::ref(0xD4, level + 1)});
+    layout.directory({RomLayout::immediate(0x17, 1)});
+    auto image = layout.image();
+    ASSERT_LE(image.size(), lib1394::MaxRomSize);
+    bus->addPort();
+    bus->addNode(0, image, 1);
+    bus->addNode(0, validRom().image(), 2);
+    lib1394::ConfigROMContext::clearExhaustedNodes();
+    zul::LogFactory::setPriority(zul::LOG_FAILURE);
+
+    zul::Array<lib1394_enum_log> out;
+    EXPECT_TRUE(Lib1394SysInfo::enumerateAll(out));
+    ASSERT_EQ(lib1394::ConfigROMContext::exhaustedNodes().size(), 1u);
+    EXPECT_EQ(lib1394::ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
+    ASSERT_EQ(out.size(), 2u);
+    EXPECT_TRUE(out[1].messages.isEmpty());
+    lib1394::ConfigROMContext::clearExhaustedNodes();
+}
+
 TEST_F(EnumerationTest, NoPortsOrNoPortList) {
     zul::Array<lib1394_enum_log> out;
     EXPECT_FALSE(Lib1394SysInfo::enumerateAll(out));
