@@ -53,8 +53,7 @@ bool DescriptorLeaf::parse(bool checkCRC) {
         if (isMinimalAscii(block) && !publishText(length))
             return false;
     }
-    if (!device.isEmpty())
-        vesk5::SysInfoModule::addDevice(device.get());
+    publishDevice();
     return true;
 }
 

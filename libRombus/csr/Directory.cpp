@@ -5,7 +5,6 @@
 #include "libRombus/Log.h"
 #include "libRombus/csr/DescriptorLeaf.h"
 #include "libRombus/csr/Immediate.h"
-#include "vesk5/SysInfoModule.h"
 #include "zul/Buffer.h"
 
 #include <algorithm>
@@ -134,8 +133,7 @@ bool Directory::parse(bool checkCRC) {
         ROMBUS_LOG(logger, zul::LOG_PROBLEM, "Directory::parse - CRC check failed, exiting");
         return false;
     }
-    if (!device.isEmpty())
-        vesk5::SysInfoModule::addDevice(device.get());
+    publishDevice();
     return parseBody(checkCRC);
 }
 
@@ -164,7 +162,7 @@ bool Directory::parseBody(bool checkCRC) {
         ok = parseEntry(offset + 4 + at, entry, checkCRC, ok) && ok;
     }
     for (uint8_t key : required)
-        reportMissing(key);
+        reportEntry(declared.RequiredDirectoryEntryNotFound, {key, {0, 0, 0}}, __LINE__);
     return ok && required.empty();
 }
 
@@ -211,22 +209,18 @@ bool Directory::verifyEntry(const lib1394::cr_key_value_t& entry) {
     }
     if (isPermitted(keyId, type, kind))
         return true;
-    lib1394_log record(declared.DirectoryEntryNotPermitted.message, LevelError);
-    vesk5::Event* event = declared.DirectoryEntryNotPermitted.event;
-    setEventVariable(event, record, "entry_type", Lib1394Util::getEntryString(entry));
-    setEventVariable(event, record, "dir_name", getHwLocator());
-    raiseLog(event, record, device.get(), sourceFile, __LINE__);
-    messages.append(record);
+    reportEntry(declared.DirectoryEntryNotPermitted, entry, __LINE__);
     return false;
 }
 
-void Directory::reportMissing(uint8_t requiredKey) {
-    lib1394::cr_key_value_t entry{requiredKey, {0, 0, 0}};
-    lib1394_log record(declared.RequiredDirectoryEntryNotFound.message, LevelError);
-    vesk5::Event* event = declared.RequiredDirectoryEntryNotFound.event;
-    setEventVariable(event, record, "entry_type", Lib1394Util::getEntryString(entry));
-    setEventVariable(event, record, "dir_name", getHwLocator());
-    raiseLog(event, record, device.get(), sourceFile, __LINE__);
+// Records a problem with an entry of this directory, naming the entry and the directory, and
+// raises it when this directory has no device to carry it.
+void Directory::reportEntry(const Problem& problem, const lib1394::cr_key_value_t& entry,
+                            int line) {
+    lib1394_log record(problem.message, LevelError);
+    setEventVariable(problem.event, record, "entry_type", Lib1394Util::getEntryString(entry));
+    setEventVariable(problem.event, record, "dir_name", getHwLocator());
+    raiseLog(problem.event, record, device.get(), sourceFile, line);
     messages.append(record);
 }
 

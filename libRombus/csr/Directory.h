@@ -1,5 +1,6 @@
 #pragma once
 
+#include "libRombus/Declarations.h"
 #include "libRombus/csr/Node.h"
 
 namespace libRombus {
@@ -38,7 +39,7 @@ public:
 private:
     bool parseEntry(unsigned entryOffset, const lib1394::cr_key_value_t& entry, bool checkCRC,
                     bool parseIt);
-    void reportMissing(uint8_t requiredKey);
+    void reportEntry(const Problem& problem, const lib1394::cr_key_value_t& entry, int line);
 
     uint32_t kind = KindNone;
 };

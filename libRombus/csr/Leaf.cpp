@@ -1,7 +1,6 @@
 #include "libRombus/csr/Leaf.h"
 
 #include "libRombus/Log.h"
-#include "vesk5/SysInfoModule.h"
 
 namespace libRombus {
 namespace {
@@ -15,8 +14,7 @@ bool Leaf::parse(bool checkCRC) {
         ROMBUS_LOG(logger, zul::LOG_PROBLEM, "Leaf::parse - CRC check failed, exiting");
         return false;
     }
-    if (!device.isEmpty())
-        vesk5::SysInfoModule::addDevice(device.get());
+    publishDevice();
     return true;
 }
 

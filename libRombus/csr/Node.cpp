@@ -2,6 +2,7 @@
 
 #include "libRombus/Lib1394Util.h"
 #include "libRombus/Log.h"
+#include "vesk5/SysInfoModule.h"
 #include "zul/Buffer.h"
 
 namespace libRombus {
@@ -19,6 +20,11 @@ Node::Node(unsigned entryOffset, const lib1394::cr_key_value_t& key, const Acces
       offset(entryOffset + 4 * Lib1394Util::crKeyConvert(key.value)) {
     if (!this->parentDevice.isEmpty())
         device = createDevice(getHwLocator());
+}
+
+void Node::publishDevice() {
+    if (!device.isEmpty())
+        vesk5::SysInfoModule::addDevice(device.get());
 }
 
 Node::~Node() {

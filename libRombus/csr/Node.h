@@ -19,6 +19,9 @@ public:
     uint32_t getOffset() const { return offset; }
 
 protected:
+    // Hands the node's device, when it has one, to the framework.
+    void publishDevice();
+
     uint32_t offset;
     DeviceHandle device;
 };
