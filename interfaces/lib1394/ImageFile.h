@@ -1,0 +1,40 @@
+#pragma once
+
+#include "lib1394/RomImageBus.h"
+
+#include <string>
+#include <vector>
+
+namespace lib1394 {
+
+// A Configuration ROM image read from a file, or the reason it could not be read. Accepted forms:
+// raw binary in bus order; raw binary in little-endian quadlets (a copy of a Linux config_rom),
+// recognised by the signature "1394" stored backwards at offset 4 or named by the byte order;
+// hex text of 32-bit quadlets separated by white space or commas, each with an optional 0x, and
+// comments from # or // to the end of the line.
+struct ImageFile {
+    std::string path;
+    std::vector<uint8_t> rom; // bus order
+    std::string error;        // a sentence naming the file; empty when the image was read
+
+    bool ok() const { return error.empty(); }
+};
+
+ImageFile readImageFile(const std::string& path, ByteOrder order = ByteOrder::Detect);
+
+// Decodes the contents of an image; name is used in the error text only.
+ImageFile decodeImage(const std::string& name, const std::string& content,
+                      ByteOrder order = ByteOrder::Detect);
+
+// A bus of one port whose nodes are the given images, node n being the image at index n. An
+// image that could not be read is a node whose ROM is not accessible; images after the first
+// MaxNodes are left out.
+class ImageFileBus : public RomImageBus {
+public:
+    // The most images one port takes: physical ids 0 to 62 (63 is the broadcast id).
+    static constexpr size_t MaxNodes = 63;
+
+    explicit ImageFileBus(const std::vector<ImageFile>& images);
+};
+
+} // namespace lib1394

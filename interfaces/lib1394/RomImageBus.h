@@ -1,0 +1,70 @@
+#pragma once
+
+#include "lib1394/ConfigROM.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace lib1394 {
+
+// The byte order of the quadlets of a ROM image as stored: as found (Detect), most significant
+// byte first (Big, the bus order) or least significant byte first (Little).
+enum class ByteOrder { Detect, Big, Little };
+
+// Exchanges the bytes of every whole quadlet; bytes after the last whole quadlet stay as they are.
+void swapQuadlets(std::vector<uint8_t>& bytes);
+
+// One node whose Configuration ROM was read ahead into memory, bytes in ROM (bus) order.
+struct RomNode {
+    std::vector<uint8_t> rom;
+    uint64_t guid = 0;
+    bool accessible = true;
+    // Where the node came from (a sysfs device name, a file path), for the host program's output.
+    std::string label;
+};
+
+struct RomPort {
+    // What the port is (a controller's folder, "image files"); reported as the port's text.
+    std::string text;
+    std::vector<RomNode> nodes;
+};
+
+// A bus made of ports whose node ROMs are already read. Node ids take the form FFC0h | node
+// number (local bus, physical id in the low six bits); node id 0 stands for the port itself.
+class RomImageBus : public Bus {
+public:
+    explicit RomImageBus(std::vector<RomPort> ports);
+
+    const std::vector<RomPort>& ports() const { return ports_; }
+    ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) override;
+
+private:
+    std::vector<RomPort> ports_;
+};
+
+// Reads one ROM image held in memory. A read never leaves the image: it gives the bytes from
+// the offset up to the image's end, and nothing at or past the end.
+class RomImageAccessor : public ConfigROMAccessor {
+public:
+    RomImageAccessor(unsigned port, const RomNode& node);
+    unsigned readBlock(unsigned offset, unsigned length, void* buffer) override;
+
+private:
+    std::vector<uint8_t> rom_;
+};
+
+// The accessor of the port list (port FFFFFFFFh): reports every port with its nodes' ids.
+class PortListAccessor : public ConfigROMAccessor {
+public:
+    explicit PortListAccessor(const std::vector<RomPort>& ports);
+    bool getPortInfo(zul::Array<port_info_t>& ports) override;
+
+private:
+    zul::Array<port_info_t> ports_;
+};
+
+// The unique id stored in a ROM's bus information block (bytes 12 to 19), 0 when it is shorter.
+uint64_t guidOfRom(const std::vector<uint8_t>& rom);
+
+} // namespace lib1394

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "lib1394/RomImageBus.h"
+
+#include <string>
+#include <vector>
+
+namespace lib1394 {
+
+// The FireWire buses as the Linux kernel shows them under a sysfs root (normally /sys): every
+// node is a link <root>/bus/firewire/devices/fwN into <root>/devices/..., whose folder holds
+// config_rom (the ROM, each quadlet in the host's byte order) and guid (text, "0x0001..."). Unit
+// devices fwN.M are not nodes. A port is a controller: the nodes whose device folders share one
+// parent folder. Ports are ordered by their lowest N, the nodes of a port by N. The tree is read
+// once, when the bus is made.
+class SysfsBus : public RomImageBus {
+public:
+    // order: how config_rom stores its quadlets; Detect means the host's byte order.
+    explicit SysfsBus(const std::string& root = "/sys", ByteOrder order = ByteOrder::Detect);
+
+    // The ports and nodes found under a root, ROMs converted to bus order.
+    static std::vector<RomPort> readPorts(const std::string& root, ByteOrder order);
+};
+
+} // namespace lib1394

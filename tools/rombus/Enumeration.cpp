@@ -1,0 +1,106 @@
+#include "Enumeration.h"
+
+#include "libRombus/Declarations.h"
+#include "vesk5/SysInfoModule.h"
+#include "zul/Log.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace rombus {
+namespace {
+
+constexpr const char* ReaderLogger = "libRombus.Lib1394SysInfo";
+constexpr const char* AttachFailed = "error attaching sysinfo for ";
+
+void setParameter(const char* name, const vesk5::Value& value) {
+    if (vesk5::Parameter* parameter = vesk5::SysInfoModule::findParameter(name))
+        parameter->setValue(value);
+}
+
+// A node whose reading failed: its place among the records and its locator.
+struct Failure {
+    size_t index;
+    std::string locator;
+};
+
+// Lines at or above the chosen priority go to standard error. Problem lines always reach the
+// sink, so that a node whose reading failed is known even when its line is not shown. The
+// enumeration logs a node's failure just before it appends the node's record, so the number of
+// records at that moment is the node's place.
+void routeLogLines(unsigned shownFrom, const zul::Array<libRombus::lib1394_enum_log>& records,
+                   std::vector<Failure>& failures) {
+    zul::LogFactory::setPriority(std::min<unsigned>(shownFrom, zul::LOG_PROBLEM));
+    zul::LogFactory::setSink([shownFrom, &records, &failures](const zul::String& logger,
+                                                              unsigned priority,
+                                                              const zul::String& text) {
+        const std::string& line = text.str();
+        const size_t at = line.find(AttachFailed);
+        if (logger.str() == ReaderLogger && at != std::string::npos)
+            failures.push_back(
+                {records.size(), line.substr(at + std::char_traits<char>::length(AttachFailed))});
+        if (priority >= shownFrom)
+            std::fprintf(stderr, "log: %s [%u] %s\n", logger.getUTF8String(), priority,
+                         text.getUTF8String());
+    });
+}
+
+std::vector<bool> markFailures(const zul::Array<libRombus::lib1394_enum_log>& nodes,
+                               const std::vector<Failure>& failures) {
+    std::vector<bool> failed(nodes.size(), false);
+    for (const Failure& failure : failures)
+        if (failure.index < nodes.size() && nodes[failure.index].locator.str() == failure.locator)
+            failed[failure.index] = true;
+    return failed;
+}
+
+// The nodes that ran out of reads, by their place in the enumeration: the nodes of earlier ports
+// first, then the physical id (the low six bits of the node id) within the port.
+std::vector<bool> markExhausted(const std::vector<lib1394::RomPort>& ports, size_t nodeCount) {
+    std::vector<bool> exhausted(nodeCount, false);
+    for (const lib1394::exhausted_node_t& node : lib1394::ConfigROMContext::exhaustedNodes()) {
+        if (node.port >= ports.size())
+            continue;
+        size_t index = node.nodeId & 0x3F;
+        for (unsigned p = 0; p < node.port; ++p)
+            index += ports[p].nodes.size();
+        if (index < nodeCount)
+            exhausted[index] = true;
+    }
+    return exhausted;
+}
+
+} // namespace
+
+Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings) {
+    libRombus::init();
+    setParameter("IEEEVendorRegistryFile", vesk5::Value(settings.registry.c_str()));
+    setParameter("CRCMismatchLogLevel", vesk5::Value(static_cast<uint32_t>(settings.crcLevel)));
+    Scan scan;
+    std::vector<Failure> failures;
+    routeLogLines(settings.logLevel, scan.nodes, failures);
+    lib1394::ConfigROMContext::installBus(bus);
+
+    scan.ports = bus->ports();
+    vesk5::SysInfoModule::reset();
+    vesk5::DiagModule::clearReports();
+    lib1394::ConfigROMContext::clearExhaustedNodes();
+    scan.result = libRombus::Lib1394SysInfo::enumerateAll(scan.nodes);
+    scan.devices = std::vector<vesk5::SysInfoDevice>(vesk5::SysInfoModule::publishedDevices());
+    scan.reports = vesk5::DiagModule::reports();
+    scan.nodeFailed = markFailures(scan.nodes, failures);
+    scan.nodeExhausted = markExhausted(scan.ports, scan.nodes.size());
+
+    zul::LogFactory::setSink(nullptr);
+    lib1394::ConfigROMContext::installBus(nullptr);
+    return scan;
+}
+
+bool hasProblems(const Scan& scan) {
+    for (size_t i = 0; i < scan.nodes.size(); ++i)
+        if (!scan.nodes[i].messages.isEmpty() || scan.nodeFailed[i] || scan.nodeExhausted[i])
+            return true;
+    return false;
+}
+
+} // namespace rombus

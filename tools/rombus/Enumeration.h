@@ -1,0 +1,41 @@
+#pragma once
+
+#include "lib1394/RomImageBus.h"
+#include "libRombus/Lib1394SysInfo.h"
+#include "vesk5/DiagModule.h"
+#include "vesk5/SysInfoDevice.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rombus {
+
+struct Settings {
+    std::string registry;
+    unsigned crcLevel = 2;
+    unsigned logLevel = 3;
+};
+
+// Everything one enumeration produced, as the reports show it.
+struct Scan {
+    bool result = false;
+    // The devices handed to the framework, in order.
+    std::vector<vesk5::SysInfoDevice> devices;
+    // One record per node, in order, and whether reading that node stopped on a failure.
+    zul::Array<libRombus::lib1394_enum_log> nodes;
+    std::vector<bool> nodeFailed;
+    // Whether reading that node ran out of the reads one node may make.
+    std::vector<bool> nodeExhausted;
+    std::vector<vesk5::DiagModule::Report> reports;
+    // What the bus knows of its ports and nodes beyond the module's view: folders, file names.
+    std::vector<lib1394::RomPort> ports;
+};
+
+// Installs the bus, sets the module's parameters and the log gate, and enumerates every node.
+Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
+
+// Whether any node has a problem record or could not be read.
+bool hasProblems(const Scan& scan);
+
+} // namespace rombus

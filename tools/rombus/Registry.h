@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace rombus {
+
+// One registered company identifier (24 bits) and the name of its holder.
+struct RegistryEntry {
+    uint32_t id;
+    std::string name;
+};
+
+// Reads the IEEE registry as Debian's ieee-data ships it, either oui.txt (lines "XXXXXX (base 16)
+// Name") or oui.csv (Registry,Assignment,Organization Name,...); CR LF line ends and any order are
+// accepted. False, with a sentence naming the file in error, when nothing can be taken from it.
+bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entries,
+                      std::string& error);
+
+// The same, from the text of such a file.
+std::vector<RegistryEntry> parseIeeeRegistry(const std::string& content);
+
+// The registry file the module reads: one line per identifier in ascending order, six upper-case
+// hexadecimal digits, a blank, the name; LF line ends. The first name given for an identifier wins.
+std::string formatRegistry(std::vector<RegistryEntry> entries);
+
+// The first of oui.txt and oui.csv of ieee-data that exists (oui.txt when neither does).
+std::string defaultImportSource();
+
+// Where the tool looks for the registry built with it: share/rombus/oui-registry.txt beside the
+// folder that holds the executable (build/bin/rombus uses build/share/rombus/...).
+std::string defaultRegistryPath();
+
+} // namespace rombus

@@ -1,0 +1,317 @@
+#include "TextReport.h"
+
+#include "DeviceTree.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+namespace rombus {
+namespace {
+
+constexpr size_t Width = 100;
+constexpr size_t Step = 2;
+// Deeper levels are not indented further, but marked with their level.
+constexpr size_t MaxIndentLevel = 20;
+constexpr uint64_t RomBase = 0xFFFFF0000400ull;
+
+std::string hex(uint32_t value, int digits) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%0*X", digits, static_cast<unsigned>(value));
+    return text;
+}
+
+std::string quoted(const std::string& text, bool asciiOnly) {
+    std::string inner;
+    for (char c : escaped(text, asciiOnly)) {
+        if (c == '"')
+            inner += '\\';
+        inner += c;
+    }
+    return "\"" + inner + "\"";
+}
+
+std::string yesNo(bool value) {
+    return value ? "yes" : "no";
+}
+
+// One property as a person expects it; empty for properties that the tree itself shows.
+std::string describe(const vesk5::SysInfoDevice::Property& property) {
+    const std::string name = property.name.zulString().str();
+    const vesk5::Value& value = property.value;
+    if (name == "__parentLocator")
+        return std::string();
+    if (name == "ConfigROMAccessible")
+        return value.valueBool() ? "ROM accessible" : "ROM NOT accessible";
+    if (name == "ImmediateValue")
+        return hex(value.valueUint32(), 6);
+    if (name == "VendorName")
+        return quoted(value.valueString().zulString().str(), false);
+    if (name == "TextString")
+        return quoted(value.valueString().zulString().str(), true);
+    if (name == "CycleClockAcc")
+        return name + " " + std::to_string(value.valueUint32()) + " ppm";
+    if (name == "MaxDataRecSize")
+        return name + " " + std::to_string(value.valueUint32()) + " bytes";
+    switch (value.type()) {
+    case vesk5::DataType::Boolean:
+        return name + " " + yesNo(value.valueBool());
+    case vesk5::DataType::Uint32:
+        return name + " " + hex(value.valueUint32(), 1);
+    default:
+        return name + " " + quoted(value.valueString().zulString().str(), false);
+    }
+}
+
+// The properties in the order published, except that an entry's value leads, its vendor's name
+// following it.
+std::string properties(const vesk5::SysInfoDevice& device) {
+    std::string text;
+    if (const auto* value = device.findProperty("ImmediateValue"))
+        text = describe(*value);
+    for (const auto& property : device.properties()) {
+        if (property.name == "ImmediateValue")
+            continue;
+        const std::string piece = describe(property);
+        if (!piece.empty())
+            text += (text.empty() ? "" : "  ") + piece;
+    }
+    return text;
+}
+
+// "at 18h" for an entry whose locator ends in @fffff0000418: its offset in the ROM.
+std::string romOffset(const std::string& locator) {
+    const size_t at = locator.rfind('@');
+    if (at == std::string::npos)
+        return std::string();
+    char* end = nullptr;
+    const unsigned long long address = std::strtoull(locator.c_str() + at + 1, &end, 16);
+    if (*end != '\0' || address < RomBase)
+        return locator.substr(at);
+    char text[32];
+    std::snprintf(text, sizeof text, "at %llXh", address - RomBase);
+    return text;
+}
+
+const char* levelName(uint32_t level) {
+    switch (level) {
+    case 0:
+        return "progress";
+    case 1:
+        return "warning";
+    default:
+        return "error";
+    }
+}
+
+struct NodeTally {
+    size_t clean = 0, withProblems = 0, failed = 0, inaccessible = 0;
+};
+
+class Printer {
+public:
+    Printer(const Scan& scan, std::ostringstream& out)
+        : scan_(scan), out_(out), tree_(buildDeviceTree(scan.devices)) {
+        for (const lib1394::RomPort& port : scan.ports) {
+            portTexts_.push_back(port.text);
+            for (const lib1394::RomNode& node : port.nodes)
+                nodeLabels_.push_back(node.label);
+        }
+    }
+
+    void print() {
+        for (size_t root : tree_.roots)
+            printDevice(root, 0);
+        printReports();
+        printSummary();
+    }
+
+private:
+    void printDevice(size_t index, size_t depth) {
+        const vesk5::SysInfoDevice& device = scan_.devices[index];
+        const size_t indent = std::min(depth, MaxIndentLevel) * Step;
+        const std::string level =
+            depth > MaxIndentLevel ? "(level " + std::to_string(depth) + ") " : "";
+        const std::string props = properties(device);
+        if (isPortDevice(device)) {
+            printPortHead(device, indent);
+            if (!props.empty())
+                out_ << wrapped(props, indent + Step, indent + Step);
+        } else if (isNodeDevice(device)) {
+            printNodeHead(device, indent);
+            if (!props.empty())
+                out_ << wrapped(props, indent + Step, indent + Step);
+        } else {
+            std::string head = level + device.name().zulString().str() + "  " +
+                               romOffset(device.hwLocator().zulString().str());
+            out_ << wrapped(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
+        }
+        for (size_t child : tree_.children[index])
+            printDevice(child, depth + 1);
+        if (isNodeDevice(device))
+            printNodeProblems(device, indent + Step);
+    }
+
+    void printPortHead(const vesk5::SysInfoDevice& device, size_t indent) {
+        std::string head = "Port " + std::to_string(ports_) + "  " + device.hwLocator().c_str();
+        nodesOfPort_ = 0;
+        if (ports_ < portTexts_.size() && !portTexts_[ports_].empty())
+            head += "  (" + escaped(portTexts_[ports_], false) + ")";
+        ++ports_;
+        out_ << wrapped(head, indent, indent + 2 * Step);
+    }
+
+    void printNodeHead(const vesk5::SysInfoDevice& device, size_t indent) {
+        std::string head = "Node " + std::to_string(nodesOfPort_++);
+        if (nodes_ < nodeLabels_.size() && !nodeLabels_[nodes_].empty())
+            head += "  " + escaped(nodeLabels_[nodes_], false);
+        head += "  " + std::string(device.hwLocator().c_str());
+        out_ << wrapped(head, indent, indent + 2 * Step);
+    }
+
+    void printNodeProblems(const vesk5::SysInfoDevice& device, size_t indent) {
+        const size_t k = nodes_++;
+        if (k >= scan_.nodes.size() || scan_.nodes[k].locator.str() != device.hwLocator().c_str())
+            return;
+        const auto& messages = scan_.nodes[k].messages;
+        const auto* accessible = device.findProperty("ConfigROMAccessible");
+        const bool failed = k < scan_.nodeFailed.size() && scan_.nodeFailed[k];
+        const bool exhausted = k < scan_.nodeExhausted.size() && scan_.nodeExhausted[k];
+        if (exhausted)
+            out_ << wrapped("Reading stopped: the ROM asked for more than " +
+                                std::to_string(lib1394::ConfigROMContext::readBudget()) +
+                                " reads, its blocks referring to each other over and over; what "
+                                "follows is what was found until then.",
+                            indent, indent);
+        if (accessible && !accessible->value.valueBool()) {
+            ++tally_.inaccessible;
+            out_ << wrapped("Not read: the ROM is not accessible.", indent, indent);
+        } else if (!messages.isEmpty()) {
+            ++tally_.withProblems;
+        } else if (exhausted) {
+            ++tally_.failed;
+        } else if (failed) {
+            ++tally_.failed;
+            out_ << wrapped("Reading failed without a problem record (the log lines on standard "
+                            "error tell where; see --log-level).",
+                            indent, indent);
+        } else {
+            ++tally_.clean;
+            out_ << wrapped("No problems.", indent, indent);
+        }
+        if (messages.isEmpty())
+            return;
+        out_ << wrapped(std::to_string(messages.size()) +
+                            (messages.size() == 1 ? " problem:" : " problems:"),
+                        indent, indent);
+        for (const auto& record : messages) {
+            const std::string text = record.message.isEmpty()
+                                         ? std::string("(no message)")
+                                         : escaped(record.message->text().str(), false);
+            char level[16];
+            std::snprintf(level, sizeof level, "%-9s", levelName(record.level));
+            out_ << wrapped(level + text, indent + Step, indent + Step + 9);
+        }
+    }
+
+    void printReports() {
+        if (scan_.reports.empty())
+            return;
+        out_ << "Framework reports:\n";
+        for (const auto& report : scan_.reports) {
+            static const char* const names[] = {"progress", "warning", "error"};
+            const std::string text = names[static_cast<int>(report.severity)] + std::string(" ") +
+                                     report.event.c_str() + ": " + report.text.str();
+            out_ << wrapped(escaped(text, false), Step, 2 * Step);
+        }
+    }
+
+    void printSummary() {
+        const size_t total =
+            tally_.clean + tally_.withProblems + tally_.failed + tally_.inaccessible;
+        std::string text = "Summary: " + std::to_string(ports_) +
+                           (ports_ == 1 ? " port, " : " ports, ") + std::to_string(total) +
+                           (total == 1 ? " node" : " nodes");
+        const std::pair<size_t, const char*> counts[] = {{tally_.clean, "without problems"},
+                                                         {tally_.withProblems, "with problems"},
+                                                         {tally_.failed, "read failed"},
+                                                         {tally_.inaccessible, "not accessible"}};
+        const char* separator = ": ";
+        for (const auto& [count, what] : counts) {
+            if (count == 0)
+                continue;
+            text += separator + std::to_string(count) + " " + what;
+            separator = ", ";
+        }
+        out_ << "\n" << wrapped(text + ".", 0, 2 * Step);
+    }
+
+    const Scan& scan_;
+    std::ostringstream& out_;
+    DeviceTree tree_;
+    std::vector<std::string> portTexts_;
+    std::vector<std::string> nodeLabels_;
+    size_t ports_ = 0;
+    size_t nodes_ = 0;       // nodes printed, over all ports
+    size_t nodesOfPort_ = 0; // nodes printed of the current port
+    NodeTally tally_;
+};
+
+} // namespace
+
+std::string escaped(const std::string& text, bool asciiOnly) {
+    std::string out;
+    for (unsigned char c : text) {
+        if (c == '\\') {
+            out += "\\\\";
+        } else if (c < 0x20 || c == 0x7F || (asciiOnly && c > 0x7F)) {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\x%02X", c);
+            out += code;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return out;
+}
+
+std::string wrapped(const std::string& text, size_t indent, size_t hanging, size_t width) {
+    std::string out;
+    std::string line(indent, ' ');
+    size_t lineStart = indent;
+    size_t blanks = 0;
+    for (size_t i = 0; i < text.size();) {
+        if (text[i] == ' ') {
+            ++blanks;
+            ++i;
+            continue;
+        }
+        const size_t end = std::min(text.find(' ', i), text.size());
+        const std::string word = text.substr(i, end - i);
+        i = end;
+        // The blanks between words stay as given, except where the line is broken.
+        if (line.size() > lineStart && line.size() + blanks + word.size() > width) {
+            out += line + "\n";
+            line.assign(hanging, ' ');
+            lineStart = hanging;
+        } else if (line.size() > lineStart) {
+            line.append(blanks, ' ');
+        }
+        line += word;
+        blanks = 0;
+    }
+    return out + line + "\n";
+}
+
+std::string textReport(const Scan& scan, const std::string& emptyText) {
+    std::ostringstream out;
+    if (scan.devices.empty() && scan.nodes.isEmpty()) {
+        out << emptyText << "\n";
+        return out.str();
+    }
+    Printer(scan, out).print();
+    return out.str();
+}
+
+} // namespace rombus
