@@ -180,7 +180,8 @@ struct Sample {
     void addUnit(const fs::path& nodeFolder) {
         const std::string name = nodeFolder.filename().string() + ".0";
         fs::create_directories(nodeFolder / name);
-        writeFile(nodeFolder / name / "specifier_id", "0x00609e\n");
+        writeFile(nodeFolder / name / "modalias",
+                  "ieee1394:ven0030E0mo00000934sp0000609Ever00010483\n");
         const fs::path controller = nodeFolder.parent_path().lexically_relative(root / "devices");
         link(root / "bus/firewire/devices" / name,
              fs::path("../../../devices") / controller / nodeFolder.filename() / name);
