@@ -38,17 +38,6 @@ protected:
     std::vector<std::string> records;
 };
 
-TEST_F(Lib1394SysInfoTest, AValidRomIsReadWhole) {
-    EXPECT_TRUE(read(validRom().image()));
-    EXPECT_TRUE(records.empty());
-    EXPECT_TRUE(logged("libRombus.Lib1394SysInfo|1|"));
-    EXPECT_TRUE(logged(" CRC length : 4"));
-    EXPECT_EQ(publishedLocators().size(), 3u);
-    EXPECT_EQ(busOption("IsoResManCap"), "true");
-    EXPECT_EQ(busOption("MaxDataRecSize"), "512");
-    EXPECT_TRUE(vesk5::DiagModule::reports().empty());
-}
-
 TEST_F(Lib1394SysInfoTest, TheFirstReadFailingLeavesOneRecordAndNothingElse) {
     auto image = validRom().image();
     image.resize(19);
@@ -75,6 +64,9 @@ TEST_F(Lib1394SysInfoTest, BusInformationBlockCrc) {
     image[2] = image[3] = 0xEE;
     EXPECT_TRUE(read(image));
     EXPECT_TRUE(records.empty());
+    EXPECT_TRUE(logged("libRombus.Lib1394SysInfo|1|"));
+    EXPECT_TRUE(logged(" CRC length : 0"));
+    EXPECT_EQ(publishedLocators().size(), 3u);
 
     image[1] = 4;
     EXPECT_FALSE(read(image));
