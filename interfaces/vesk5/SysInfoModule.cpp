@@ -1,6 +1,7 @@
 #include "vesk5/SysInfoModule.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace vesk5 {
@@ -67,7 +68,9 @@ const SysInfoDevice::Property* SysInfoDevice::findProperty(const VeskString& nam
     return nullptr;
 }
 
-size_t SysInfoDevice::liveCount() { return framework().created.size(); }
+size_t SysInfoDevice::liveCount() {
+    return framework().created.size();
+}
 
 Parameter* SysInfoModule::createParameter(const VeskString& name, const DataType& type,
                                           const VeskString&, bool, bool) {
@@ -102,7 +105,9 @@ Parameter* SysInfoModule::findParameter(const VeskString& name) {
     return nullptr;
 }
 
-const std::vector<Parameter*>& SysInfoModule::parameters() { return framework().parameters; }
+const std::vector<Parameter*>& SysInfoModule::parameters() {
+    return framework().parameters;
+}
 
 const std::vector<DeviceProperty*>& SysInfoModule::deviceProperties() {
     return framework().properties;
@@ -119,11 +124,18 @@ void SysInfoModule::reset() {
         delete state.created.back();
 }
 
-void SysInfoModule::created(SysInfoDevice* device) { framework().created.push_back(device); }
+void SysInfoModule::created(SysInfoDevice* device) {
+    framework().created.push_back(device);
+}
 
+// Devices are mostly destroyed in the reverse order of their making (reset destroys the last one
+// first, an entry's device goes before its parent's), so the search starts from the newest: a
+// reset of n devices then costs n steps, not n * n / 2.
 void SysInfoModule::destroyed(SysInfoDevice* device) {
     auto& created = framework().created;
-    created.erase(std::remove(created.begin(), created.end(), device), created.end());
+    auto found = std::find(created.rbegin(), created.rend(), device);
+    if (found != created.rend())
+        created.erase(std::next(found).base());
 }
 
 } // namespace vesk5

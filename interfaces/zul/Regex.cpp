@@ -3,53 +3,111 @@
 
 #include <pcre2.h>
 
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+
 namespace zul {
+
+// A pattern as PCRE2 compiled it, or the reason it could not; never changed once made.
+struct CompiledPattern {
+    pcre2_code* code = nullptr;
+    bool jit = false;
+    String error;
+
+    CompiledPattern() = default;
+    CompiledPattern(const CompiledPattern&) = delete;
+    CompiledPattern& operator=(const CompiledPattern&) = delete;
+    ~CompiledPattern() { pcre2_code_free(code); }
+};
+
 namespace {
 
-pcre2_code* compile(const String& pattern, uint32_t options, String& error) {
+std::shared_ptr<const CompiledPattern> compile(const String& pattern, uint32_t options) {
+    auto made = std::make_shared<CompiledPattern>();
     pcre2_compile_context* context = pcre2_compile_context_create(nullptr);
     pcre2_set_newline(context, PCRE2_NEWLINE_ANYCRLF);
     int code = 0;
     PCRE2_SIZE at = 0;
-    pcre2_code* compiled =
-        pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.getUTF8String()), pattern.length(),
-                      options | PCRE2_ANCHORED, &code, &at, context);
+    made->code = pcre2_compile(reinterpret_cast<PCRE2_SPTR>(pattern.getUTF8String()),
+                               pattern.length(), options | PCRE2_ANCHORED, &code, &at, context);
     pcre2_compile_context_free(context);
-    if (!compiled) {
+    if (!made->code) {
         PCRE2_UCHAR text[256];
         pcre2_get_error_message(code, text, sizeof text);
-        error = String(reinterpret_cast<const char*>(text));
+        made->error = String(reinterpret_cast<const char*>(text));
+        return made;
     }
-    return compiled;
+    made->jit = pcre2_jit_compile(made->code, PCRE2_JIT_COMPLETE) == 0;
+    return made;
+}
+
+// The compiled patterns shared by pattern and options. Once MaxShared patterns are kept, others
+// are compiled for their own Regex only, so that a program making patterns from data cannot
+// make the table grow without bound.
+struct SharedPatterns {
+    std::mutex lock;
+    std::map<std::pair<std::string, uint32_t>, std::shared_ptr<const CompiledPattern>> patterns;
+};
+
+SharedPatterns& shared() {
+    static SharedPatterns instance;
+    return instance;
+}
+
+std::shared_ptr<const CompiledPattern> compiledFor(const String& pattern, uint32_t options) {
+    SharedPatterns& table = shared();
+    std::lock_guard<std::mutex> guard(table.lock);
+    auto key = std::make_pair(pattern.str(), options);
+    auto found = table.patterns.find(key);
+    if (found != table.patterns.end())
+        return found->second;
+    std::shared_ptr<const CompiledPattern> made = compile(pattern, options);
+    if (table.patterns.size() < Regex::MaxShared)
+        table.patterns.emplace(std::move(key), made);
+    return made;
 }
 
 } // namespace
 
-Regex::Regex(const String& pattern, uint32_t options) {
-    pcre2_code* compiled = compile(pattern, options, error_);
-    code_ = compiled;
-    jit_ = compiled && pcre2_jit_compile(compiled, PCRE2_JIT_COMPLETE) == 0;
+Regex::Regex(const String& pattern, uint32_t options) : compiled_(compiledFor(pattern, options)) {}
+
+Regex::~Regex() = default;
+
+bool Regex::isValid() const {
+    return compiled_->code != nullptr;
 }
 
-Regex::~Regex() { pcre2_code_free(static_cast<pcre2_code*>(code_)); }
-
-Matcher::Matcher(const Regex& regex) : regex_(regex) {
-    if (regex.code_)
-        matchData_ =
-            pcre2_match_data_create_from_pattern(static_cast<pcre2_code*>(regex.code_), nullptr);
+const String& Regex::error() const {
+    return compiled_->error;
 }
 
-Matcher::~Matcher() { pcre2_match_data_free(static_cast<pcre2_match_data*>(matchData_)); }
+size_t Regex::sharedCount() {
+    SharedPatterns& table = shared();
+    std::lock_guard<std::mutex> guard(table.lock);
+    return table.patterns.size();
+}
+
+// The matcher holds the compiled pattern itself, so it stays usable whatever becomes of the Regex.
+Matcher::Matcher(const Regex& regex) : compiled_(regex.compiled_) {
+    if (compiled_->code)
+        matchData_ = pcre2_match_data_create_from_pattern(compiled_->code, nullptr);
+}
+
+Matcher::~Matcher() {
+    pcre2_match_data_free(static_cast<pcre2_match_data*>(matchData_));
+}
 
 bool Matcher::matches(const char* subject, size_t length) {
     groups_ = 0;
     if (!matchData_)
         return false;
-    auto* code = static_cast<pcre2_code*>(regex_.code_);
     auto* data = static_cast<pcre2_match_data*>(matchData_);
     auto text = reinterpret_cast<PCRE2_SPTR>(subject);
-    int result = regex_.jit_ ? pcre2_jit_match(code, text, length, 0, 0, data, nullptr)
-                             : pcre2_match(code, text, length, 0, 0, data, nullptr);
+    int result = compiled_->jit
+                     ? pcre2_jit_match(compiled_->code, text, length, 0, 0, data, nullptr)
+                     : pcre2_match(compiled_->code, text, length, 0, 0, data, nullptr);
     subject_ = subject;
     groups_ = result > 0 ? result : 0;
     return groups_ > 0;

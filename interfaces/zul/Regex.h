@@ -4,13 +4,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 namespace zul {
 
 class Matcher;
+struct CompiledPattern;
 
 // A compiled PCRE2 pattern (JIT-compiled where the platform allows). Lines end at LF, CR or CRLF:
 // "." never matches a line break, so a trailing "(.*)" stops before it.
+//
+// A pattern is compiled once per process: every Regex made later from the same pattern and
+// options shares that compiled code, so a Regex made for each use costs a table look-up, not a
+// compilation (PCRE2 lets any number of matchers use one compiled pattern at once).
 class Regex {
 public:
     explicit Regex(const String& pattern, uint32_t options = 0);
@@ -18,14 +24,16 @@ public:
     Regex(const Regex&) = delete;
     Regex& operator=(const Regex&) = delete;
 
-    bool isValid() const { return code_ != nullptr; }
-    const String& error() const { return error_; }
+    bool isValid() const;
+    const String& error() const;
+
+    // The number of compiled patterns kept for sharing; at most MaxShared.
+    static size_t sharedCount();
+    static constexpr size_t MaxShared = 32;
 
 private:
     friend class Matcher;
-    void* code_ = nullptr;
-    bool jit_ = false;
-    String error_;
+    std::shared_ptr<const CompiledPattern> compiled_;
 };
 
 // Matches a Regex against subjects, reusing one block of match data. A match is anchored at the
@@ -42,7 +50,7 @@ public:
     String group(unsigned index) const;
 
 private:
-    const Regex& regex_;
+    std::shared_ptr<const CompiledPattern> compiled_;
     void* matchData_ = nullptr;
     const char* subject_ = nullptr;
     int groups_ = 0;
