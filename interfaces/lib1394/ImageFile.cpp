@@ -159,14 +159,18 @@ ImageFile readImageFile(const std::string& path, ByteOrder order) {
     std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
     if (!file)
         return failure(path, std::string("cannot be opened: ") + std::strerror(errno));
-    std::string content(MaxFileSize + 1, '\0');
-    const size_t count = std::fread(content.data(), 1, content.size(), file.get());
+    // Read piece by piece: a ROM image is small, and the limit is only reached by other files.
+    std::string content;
+    char piece[4096];
+    size_t count = 0;
+    while ((count = std::fread(piece, 1, sizeof piece, file.get())) > 0 &&
+           content.size() <= MaxFileSize)
+        content.append(piece, count);
     if (std::ferror(file.get()))
         return failure(path, std::string("cannot be read: ") + std::strerror(errno));
-    if (count > MaxFileSize)
+    if (content.size() > MaxFileSize)
         return failure(path, "is larger than " + std::to_string(MaxFileSize) +
                                  " bytes, far more than a ROM image");
-    content.resize(count);
     return decodeImage(path, content, order);
 }
 

@@ -27,11 +27,9 @@ zul::String Entry::getName() const {
 
 zul::String Entry::locatorAt(const char* word, uint32_t romOffset) const {
     unsigned port = accessor.isEmpty() ? 0 : accessor->getPort();
-    return zul::String("IEEE1394NODE:") +
-           zul::SprintfFormat("%u:0x%016llx", port, static_cast<unsigned long long>(guid)).str() +
-           ":" + word + "@" +
-           zul::SprintfFormat("%llx", static_cast<unsigned long long>(configRomBase + romOffset))
-               .str();
+    return zul::SprintfFormat("IEEE1394NODE:%u:0x%016llx:%s@%llx", port,
+                              static_cast<unsigned long long>(guid), word,
+                              static_cast<unsigned long long>(configRomBase + romOffset));
 }
 
 DeviceHandle Entry::createDevice(const zul::String& locator) const {
