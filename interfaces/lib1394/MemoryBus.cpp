@@ -26,6 +26,9 @@ public:
         uint64_t count = end - offset;
         if (node_.shortReadAt == offset)
             count = std::min<uint64_t>(count, node_.shortCount);
+        // A read of no bytes may come with no buffer at all (an empty block has no storage).
+        if (count == 0)
+            return 0;
         std::memcpy(buffer, node_.image.data() + offset, count);
         return static_cast<unsigned>(count);
     }
