@@ -80,6 +80,7 @@ TEST_F(MemoryBusTest, ReadsStopAtTheEndOfTheImageAndAtFaults) {
     EXPECT_EQ(bytesRead(rom, 4, 0xFFFFFFFFu), 60u) << "no 32-bit wrap";
     EXPECT_TRUE(rom->readStructure(60, buffer.data(), 4));
     EXPECT_FALSE(rom->readStructure(60, buffer.data(), 8));
+    EXPECT_TRUE(rom->readStructure(8, nullptr, 0)) << "an empty block needs no storage";
 
     EXPECT_EQ(bytesRead(node(0, 1), 0, 1500), lib1394::MaxRomSize);
     EXPECT_EQ(bytesRead(node(0, 1), lib1394::MaxRomSize, 4), 0u);

@@ -59,7 +59,9 @@ TEST_F(SysInfoTest, CreatedDevicesAreCountedAndResetDestroysThem) {
     size_t live = vesk5::SysInfoDevice::liveCount();
     vesk5::SysInfoDevice* kept = create("kept");
     delete create("deleted");
+    vesk5::SysInfoDevice* older = create("older");
     create("forgotten");
+    delete older;
     EXPECT_EQ(vesk5::SysInfoDevice::liveCount(), live + 2);
     vesk5::SysInfoModule::addDevice(kept);
     vesk5::SysInfoModule::reset();

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 
 namespace {
@@ -35,6 +36,20 @@ TEST(RegexTest, RegistryLinesAnchoredAndWithoutLineEnds) {
     // The subject ends at the length given, not at a terminating NUL.
     ASSERT_TRUE(matcher.matches("ABCD", 2));
     EXPECT_EQ(matcher.group(1), zul::String("AB"));
+}
+
+TEST(RegexTest, APatternIsCompiledOnceAndOutlivedByItsMatchers) {
+    size_t shared = zul::Regex::sharedCount();
+    auto first = std::make_unique<zul::Regex>("([0-9]+) shared");
+    zul::Regex again("([0-9]+) shared");
+    EXPECT_EQ(zul::Regex::sharedCount(), shared + 1);
+    zul::Matcher matcher(*first);
+    first.reset();
+    ASSERT_TRUE(matcher.matches("42 shared", 9));
+    EXPECT_EQ(matcher.group(1), zul::String("42"));
+    for (int i = 0; i < 40; ++i)
+        EXPECT_TRUE(zul::Regex("x" + std::to_string(i)).isValid());
+    EXPECT_EQ(zul::Regex::sharedCount(), zul::Regex::MaxShared);
 }
 
 TEST(RegexTest, InvalidPatternReportsAndNeverMatches) {
