@@ -74,6 +74,21 @@ inline void setUpModule() {
     zul::LogFactory::setSink([](const zul::String&, unsigned, const zul::String&) {});
 }
 
+// The registry file of this fuzz process.
+inline const TempFile& registry() {
+    static TempFile file("registry.txt");
+    return file;
+}
+
+// Sets the module up and points it at the seed registry, for the targets that read ROMs.
+inline void setUpModuleWithSeedRegistry() {
+    setUpModule();
+    if (!registry().write(seedRegistry))
+        std::abort();
+    setParameter(libRombus::declared.IEEEVendorRegistryFile,
+                 vesk5::Value(registry().path().c_str()));
+}
+
 // Forgets everything one run published, reported or noted, and the bus it installed.
 inline void resetFramework() {
     lib1394::ConfigROMContext::installBus(nullptr);

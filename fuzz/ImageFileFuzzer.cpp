@@ -20,11 +20,6 @@ const TempFile& imageFile() {
     return file;
 }
 
-const TempFile& registry() {
-    static TempFile file("registry.txt");
-    return file;
-}
-
 lib1394::ByteOrder orderOf(uint8_t mode) {
     switch (mode & 3) {
     case 1:
@@ -54,11 +49,7 @@ void checkImage(const lib1394::ImageFile& image, const std::string& name,
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    setUpModule();
-    if (!registry().write(seedRegistry))
-        std::abort();
-    setParameter(libRombus::declared.IEEEVendorRegistryFile,
-                 vesk5::Value(registry().path().c_str()));
+    setUpModuleWithSeedRegistry();
     setParameter(libRombus::declared.CRCMismatchLogLevel, vesk5::Value(uint32_t{2}));
     return 0;
 }

@@ -9,11 +9,6 @@ namespace {
 
 using namespace rombus_fuzz;
 
-const TempFile& registry() {
-    static TempFile file("registry.txt");
-    return file;
-}
-
 // A name is the rest of one registry line: it never holds a line break and never exceeds a line.
 void checkName(const zul::String& name) {
     const std::string& text = name.str();

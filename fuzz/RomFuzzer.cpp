@@ -17,11 +17,6 @@ using namespace rombus_fuzz;
 // The node id of physical node 0 on the local bus.
 constexpr unsigned FirstNode = 0xFFC0;
 
-const TempFile& registry() {
-    static TempFile file("registry.txt");
-    return file;
-}
-
 void readDirectly() {
     vesk5::SysInfoDevice* device = vesk5::SysInfoDevice::createGeneric(
         vesk5::DeviceCapability::IEEE1394(), vesk5::DeviceCapability::NIL(), "node", "node", "",
@@ -39,11 +34,7 @@ void readDirectly() {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    setUpModule();
-    if (!registry().write(seedRegistry))
-        std::abort();
-    setParameter(libRombus::declared.IEEEVendorRegistryFile,
-                 vesk5::Value(registry().path().c_str()));
+    setUpModuleWithSeedRegistry();
     return 0;
 }
 
