@@ -201,12 +201,12 @@ bool Lib1394SysInfo::enumerateAll(zul::Array<lib1394_enum_log>& out) {
 
 void Lib1394SysInfo::enumeratePort(unsigned port, const lib1394::port_info_t& info,
                                    zul::Array<lib1394_enum_log>& out) {
-    zul::String locator = zul::String("IEEE1394PORT:") + zul::SprintfFormat("%u", port).str();
+    const zul::String locator = zul::SprintfFormat("IEEE1394PORT:%u", port);
     createParentDevice(port);
     DeviceObject portDevice = createBusDevice(locator);
     AccessorHandle portAccessor = lib1394::ConfigROMContext::getConfigROMAccessor(port, 0, true);
     publishProperty(declared.ConfigROMAccessible, portDevice.get(), portAccessor->isAccessible());
-    addChildBusId(*portDevice, zul::String("IEEE1394NODE:") + zul::SprintfFormat("%u", port).str());
+    addChildBusId(*portDevice, zul::SprintfFormat("IEEE1394NODE:%u", port));
     vesk5::SysInfoModule::addDevice(portDevice.get());
     portDevice.reset();
     portAccessor.reset();
@@ -216,8 +216,8 @@ void Lib1394SysInfo::enumeratePort(unsigned port, const lib1394::port_info_t& in
 
 void Lib1394SysInfo::enumerateNode(unsigned port, unsigned node, const lib1394::port_info_t& info,
                                    zul::Array<lib1394_enum_log>& out) {
-    zul::String locator = zul::String("IEEE1394NODE:") + zul::SprintfFormat("%u:", port).str() +
-                          nodeIdText(info, node);
+    const zul::String locator =
+        zul::SprintfFormat("IEEE1394NODE:%u:", port).str() + nodeIdText(info, node);
     DeviceObject nodeDevice = createBusDevice(locator);
     addChildBusId(*nodeDevice, locator);
     auto reader = std::make_unique<Lib1394SysInfo>(port, localBusNodeId | node, DeviceHandle());
