@@ -13,8 +13,9 @@ configure: setup
 build: configure
 	@cmake --build $(BUILD) -j$(JOBS)
 
+# Every test three times, in random order: a test that depends on another or on its order fails.
 test: build
-	@cd $(BUILD) && ctest --output-on-failure -j$(JOBS)
+	@cd $(BUILD) && ctest --output-on-failure -j$(JOBS) --repeat until-fail:3 --schedule-random
 
 # Shows the bundled sample bus: two ports, well-formed nodes and one of each kind of problem.
 # rombus exits with 1 there, as the sample has problems; that is what it is meant to show.

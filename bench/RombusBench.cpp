@@ -5,7 +5,7 @@
 //
 //   rombus_bench                          runs every benchmark and prints the target table
 //   rombus_bench --write-typical-rom FILE writes the typical ROM (for the whole-process timing)
-#include "TypicalRom.h"
+#include "rombus_support/TypicalRom.h"
 #include "lib1394/MemoryBus.h"
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394SysInfo.h"

@@ -1,7 +1,7 @@
 // Writes the seed corpus of the fuzz targets: well-formed ROMs and one ROM of each malformed kind,
 // the image-file forms of them, and small registries. Run by `make fuzz-corpus`; the files it
 // writes are kept in the repository under fuzz/corpus/<target>/.
-#include "../bench/TypicalRom.h"
+#include "rombus_support/TypicalRom.h"
 #include "FuzzInput.h"
 
 #include <cstdint>

@@ -1,4 +1,5 @@
 #include "lib1394/SysfsBus.h"
+#include "rombus_support/TestFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -9,18 +10,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A sysfs-shaped tree in a temporary folder, one per test (CTest runs them side by side),
-// removed with the object.
+// A sysfs-shaped tree in the test's own folder, removed with the object.
 struct SysfsTree {
-    const fs::path root =
-        fs::temp_directory_path() /
-        ("rombus-sysfs-" +
-         std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
-    SysfsTree() {
-        fs::remove_all(root);
-        fs::create_directories(root / "bus/firewire/devices");
-    }
-    ~SysfsTree() { fs::remove_all(root); }
+    rombus_test::TestFolder folder;
+    const fs::path root = folder.path();
+    SysfsTree() { fs::create_directories(root / "bus/firewire/devices"); }
 
     // A node fwN (or unit fwN.M) below a controller folder, its link, and its files.
     fs::path add(const std::string& controller, const std::string& name,

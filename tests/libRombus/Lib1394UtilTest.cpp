@@ -125,16 +125,15 @@ TEST_F(Lib1394UtilTest, RegistryLookupStopsAtTheFirstGreaterIdentifier) {
 }
 
 TEST_F(Lib1394UtilTest, RegistryLinesAreReadAsTheyStand) {
-    std::string path = ::testing::TempDir() + "rombus-odd-registry.txt";
-    std::ofstream(path) << "OUI/MA-L   Organization\r\n"
-                           "00-A0-27   (hex)\t\tDASHED FORM\r\n"
-                           "\t\t\t\tA027 Address Road\r\n"
-                           "0a027 lower case\r\n"
-                           "0A027\tFIRST\r\n"
-                           "00A027 SECOND\n"
-                           "000100 AFTER\n"
-                           "000050 OUT OF ORDER\n"
-                        << std::string(300, 'B') << "\n";
+    const std::string path = folder->write("odd-registry.txt", "OUI/MA-L   Organization\r\n"
+                                                               "00-A0-27   (hex)\t\tDASHED FORM\r\n"
+                                                               "\t\t\t\tA027 Address Road\r\n"
+                                                               "0a027 lower case\r\n"
+                                                               "0A027\tFIRST\r\n"
+                                                               "00A027 SECOND\n"
+                                                               "000100 AFTER\n"
+                                                               "000050 OUT OF ORDER\n" +
+                                                                   std::string(300, 'B') + "\n");
     EXPECT_EQ(Lib1394Util::getRIDString(path, 0xA027).str(), "FIRST");
     // The search for 50h ends at the first greater identifier, before the line out of order.
     EXPECT_EQ(Lib1394Util::getRIDString(path, 0x50).str(), "");

@@ -1,17 +1,17 @@
 #pragma once
 
-#include "RomLayout.h"
 #include "lib1394/MemoryBus.h"
 #include "libRombus/Declarations.h"
 #include "libRombus/Handles.h"
 #include "libRombus/Message.h"
+#include "rombus_support/RomLayout.h"
+#include "rombus_support/TestFolder.h"
 #include "vesk5/DiagModule.h"
 #include "vesk5/SysInfoModule.h"
 #include "zul/Log.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -27,8 +27,9 @@ protected:
         vesk5::SysInfoModule::reset();
         vesk5::DiagModule::clearReports();
         setCrcLevel(2);
-        registry = ::testing::TempDir() + "rombus-registry.txt";
-        std::ofstream(registry) << "0000F0 SAMPLE VENDOR ONE\n00A027 SAMPLE VENDOR TWO\n";
+        folder = std::make_unique<TestFolder>();
+        registry =
+            folder->write("registry.txt", "0000F0 SAMPLE VENDOR ONE\n00A027 SAMPLE VENDOR TWO\n");
         libRombus::declared.IEEEVendorRegistryFile->setValue(vesk5::Value(registry.c_str()));
         bus = std::make_shared<lib1394::MemoryBus>();
         lib1394::ConfigROMContext::installBus(bus);
@@ -45,6 +46,7 @@ protected:
         zul::LogFactory::setPriority(zul::LOG_PROBLEM);
         vesk5::SysInfoModule::reset();
         vesk5::DiagModule::clearReports();
+        folder.reset();
     }
 
     static void setCrcLevel(uint32_t level) {
@@ -111,6 +113,7 @@ protected:
     }
 
     std::shared_ptr<lib1394::MemoryBus> bus;
+    std::unique_ptr<TestFolder> folder;
     std::string registry;
     std::vector<std::string> lines;
 };

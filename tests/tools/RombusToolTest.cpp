@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "rombus_support/TestFolder.h"
+
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -70,24 +72,16 @@ std::string messagesOf(const json& node) {
 class RombusTool : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder_ = fs::temp_directory_path() /
-                  ("rombus-tool-" +
-                   std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
         registry_ = write("registry.txt", "0030E0 OXFORD SEMICONDUCTOR LTD.\n"
                                           "00609E NCITS\n"
                                           "080028 Texas Instruments\n");
     }
-    void TearDown() override { fs::remove_all(folder_); }
-
     std::string write(const std::string& name, const std::string& content) {
-        std::ofstream(folder_ / name, std::ios::binary) << content;
-        return (folder_ / name).string();
+        return folder_.write(name, content);
     }
 
     Outcome rombus(const std::string& arguments) {
-        const fs::path out = folder_ / "stdout", err = folder_ / "stderr";
+        const fs::path out = folder_.path() / "stdout", err = folder_.path() / "stderr";
         const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments + " >'" +
                                     out.string() + "' 2>'" + err.string() + "'";
         const int raw = std::system(command.c_str());
@@ -105,7 +99,7 @@ protected:
         return json::parse(run.out);
     }
 
-    fs::path folder_;
+    rombus_test::TestFolder folder_;
     std::string registry_;
 };
 
@@ -221,7 +215,7 @@ TEST_F(RombusTool, AReadingThatRunsOutOfReadsIsReportedAndCountsAsAFailure) {
     const std::string shallow = write("shallow.txt", doublingRom(2));
     const Outcome run = registered("check --crc-level 0 " + shallow + " " + deep);
     EXPECT_EQ(run.status, 1);
-    const size_t deepNode = run.out.find("Node 1  " + deep);
+    const size_t deepNode = run.out.find(deep);
     ASSERT_NE(deepNode, std::string::npos) << run.out;
     EXPECT_EQ(run.out.find("Reading stopped"), run.out.find("Reading stopped", deepNode));
     EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 65536 reads"));
@@ -249,8 +243,8 @@ TEST_F(RombusTool, BadInputNamesTheFileAndExitsWith2) {
         {write("empty.rom", ""), "the file is empty"},
         {write("huge.rom", std::string(1100, '\x02')), "1100 bytes, more than the 1024 bytes"},
         {write("typo.txt", "04041234 31333934\nE06480g2\n"), "line 2: \"E06480g2\" is not"},
-        {(folder_ / "missing.rom").string(), "cannot be opened"},
-        {folder_.string(), "is a directory"},
+        {(folder_.path() / "missing.rom").string(), "cannot be opened"},
+        {folder_.path().string(), "is a directory"},
     };
     for (const auto& [path, message] : cases) {
         const Outcome alone = rombus("check " + path);
@@ -274,7 +268,7 @@ TEST_F(RombusTool, UsageErrorsAndEmptyBusesAreToldPlainly) {
         {"scan --format xml", ""},
         {"scan --crc-level 3", ""},
         {"check --byte-order middle x", ""},
-        {"scan --sysfs " + (folder_ / "nowhere").string(), "nowhere: no such folder"},
+        {"scan --sysfs " + (folder_.path() / "nowhere").string(), "nowhere: no such folder"},
         {"scan --sysfs " + sample + " --registry /nonexistent/reg", "/nonexistent/reg"},
     };
     for (const auto& [arguments, message] : usage) {
@@ -282,10 +276,10 @@ TEST_F(RombusTool, UsageErrorsAndEmptyBusesAreToldPlainly) {
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_THAT(run.err, HasSubstr(message));
     }
-    const Outcome empty = registered("scan --sysfs " + folder_.string());
+    const Outcome empty = registered("scan --sysfs " + folder_.path().string());
     EXPECT_EQ(empty.status, 0);
-    EXPECT_THAT(empty.out, HasSubstr("No FireWire devices under " + folder_.string()));
-    const json emptyJson = rombusJson("scan --sysfs " + folder_.string(), 0);
+    EXPECT_THAT(empty.out, HasSubstr("No FireWire devices under " + folder_.path().string()));
+    const json emptyJson = rombusJson("scan --sysfs " + folder_.path().string(), 0);
     EXPECT_FALSE(emptyJson["result"].get<bool>());
     EXPECT_TRUE(emptyJson["devices"].empty());
 }
@@ -308,12 +302,12 @@ TEST_F(RombusTool, RegistryImportWritesTheModulesFormat) {
         write("oui.csv", "Registry,Assignment,Organization Name,Organization Address\r\n"
                          "MA-L,080028,Texas Instruments,Dallas\r\n"
                          "MA-L,0030E0,\"OXFORD SEMICONDUCTOR, LTD.\",Abingdon\r\n");
-    const std::string out = (folder_ / "share/registry.txt").string();
+    const std::string out = (folder_.path() / "share/registry.txt").string();
     EXPECT_EQ(rombus("registry import --from " + source + " -o " + out).status, 0);
     EXPECT_EQ(readAll(out), "0030E0 OXFORD SEMICONDUCTOR, LTD.\n080028 Texas Instruments\n");
     EXPECT_EQ(rombus("registry import --from " + source).out, readAll(out));
     const std::pair<std::string, std::string> bad[] = {
-        {(folder_ / "none.csv").string(), ""},
+        {(folder_.path() / "none.csv").string(), ""},
         {write("notes.txt", "just some text\n"), ": holds no company identifier"}};
     for (const auto& [from, message] : bad) {
         const Outcome run = rombus("registry import --from " + from);
@@ -335,7 +329,7 @@ TEST_F(RombusTool, WithoutRegistryTheOneBuiltFromIeeeDataNamesTheVendors) {
 }
 
 TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
-    const fs::path generated = folder_ / "sysfs";
+    const fs::path generated = folder_.path() / "sysfs";
     const std::string generator = (fs::path(ROMBUS_BINARY).parent_path() / "make-sample").string();
     ASSERT_EQ(std::system(("'" + generator + "' '" + generated.string() + "'").c_str()), 0);
     size_t compared = 0;

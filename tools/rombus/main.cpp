@@ -18,8 +18,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace rombus;
 
+// A message of the tool's own on standard error; the paths it names are shown escaped.
 void complain(const std::string& text) {
-    std::fprintf(stderr, "rombus: %s\n", text.c_str());
+    std::fprintf(stderr, "rombus: %s\n", escaped(text, false).c_str());
 }
 
 // The registry to read: the one given, which must be readable, or the one built with the tool.

@@ -33,8 +33,7 @@ TEST_F(ImmediateTest, VendorNamesAreLookedUpOnlyForCompanyIdsWithTheCurrentRegis
         EXPECT_EQ(property(published(at), "ImmediateValue"), std::to_string(c.value));
     }
 
-    std::string other = ::testing::TempDir() + "rombus-other-registry.txt";
-    std::ofstream(other) << "00A027 RENAMED VENDOR\n";
+    const std::string other = folder->write("other-registry.txt", "00A027 RENAMED VENDOR\n");
     libRombus::declared.IEEEVendorRegistryFile->setValue(vesk5::Value(other.c_str()));
     vesk5::SysInfoModule::reset();
     Immediate renamed(0x18, {0x03, {0x00, 0xA0, 0x27}}, accessor, parent());

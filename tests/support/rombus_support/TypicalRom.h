@@ -4,7 +4,7 @@
 // block, a root directory with vendor, model, capabilities, an EUI-64 leaf, textual descriptors
 // and a unit directory with its own dependent-information directory. The benchmarks read it and
 // the fuzz corpus starts from it.
-#include "../tests/libRombus/RomLayout.h"
+#include "rombus_support/RomLayout.h"
 
 #include <cstdint>
 #include <vector>

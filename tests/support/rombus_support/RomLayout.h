@@ -17,6 +17,36 @@ inline uint16_t crc16(const std::vector<uint32_t>& quadlets, size_t first, size_
     return crc;
 }
 
+// Quadlets as bytes in bus order, most significant byte first.
+inline std::vector<uint8_t> busOrderBytes(const std::vector<uint32_t>& quadlets) {
+    std::vector<uint8_t> bytes;
+    for (uint32_t q : quadlets)
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<uint8_t>(q >> shift));
+    return bytes;
+}
+
+// The fields of a bus information block: bus name, bus options and GUID.
+struct BusInfo {
+    uint64_t guid = 0x0001020304050607ull;
+    uint8_t capabilities = 0xE0; // irmc, cmc, isc, bmc, pmc and three reserved bits
+    uint8_t cycleClockAccuracy = 0;
+    uint8_t maxRec = 8;
+    uint8_t linkSpeed = 0;
+    std::string busName = "1394";
+
+    uint32_t busNameQuadlet() const {
+        uint32_t q = 0;
+        for (size_t i = 0; i < 4; ++i)
+            q = q << 8 | (i < busName.size() ? uint8_t(busName[i]) : 0);
+        return q;
+    }
+    uint32_t busOptions() const {
+        return uint32_t{capabilities} << 24 | uint32_t{cycleClockAccuracy} << 16 |
+               uint32_t{maxRec} << 12 | (linkSpeed & 7u);
+    }
+};
+
 // Lays out a Configuration ROM: the bus information block, then blocks in the order they are
 // declared (the first directory is the root, at offset 20). Directory entries refer to blocks by
 // id; offsets and CRCs are filled in when the image is made.
@@ -28,11 +58,10 @@ public:
         int target = -1; // block id, or -1 for an immediate value
     };
 
+    explicit RomLayout(const BusInfo& info) : info_(info) {}
     explicit RomLayout(uint64_t guid = 0x0001020304050607ull, uint8_t capabilities = 0xE0,
-                       uint8_t maxRec = 8) {
-        quadlets_ = {0, 0x31333934, uint32_t{capabilities} << 24 | uint32_t{maxRec} << 12,
-                     static_cast<uint32_t>(guid >> 32), static_cast<uint32_t>(guid)};
-    }
+                       uint8_t maxRec = 8)
+        : info_{guid, capabilities, 0, maxRec} {}
 
     static Item immediate(uint8_t key, uint32_t value) { return {key, value}; }
     static Item ref(uint8_t key, int block) { return {key, 0, block}; }
@@ -45,6 +74,8 @@ public:
         blocks_.push_back({{}, std::move(body)});
         return static_cast<int>(blocks_.size()) - 1;
     }
+    // A textual descriptor leaf: the specifier and type quadlet (0, minimal ASCII), the width,
+    // character set and language quadlet, then the text padded with zero bytes.
     int textLeaf(const std::string& text, uint32_t widthCharsetLanguage = 0) {
         std::vector<uint32_t> body = {0, widthCharsetLanguage};
         for (size_t i = 0; i < text.size(); i += 4) {
@@ -64,17 +95,17 @@ public:
         return offset;
     }
 
-    std::vector<uint8_t> image() const {
-        std::vector<uint32_t> rom = quadlets_;
-        for (size_t b = 0; b < blocks_.size(); ++b)
-            place(rom, blocks_[b]);
+    std::vector<uint32_t> quadlets() const {
+        std::vector<uint32_t> rom = {0, info_.busNameQuadlet(), info_.busOptions(),
+                                     static_cast<uint32_t>(info_.guid >> 32),
+                                     static_cast<uint32_t>(info_.guid)};
+        for (const Block& block : blocks_)
+            place(rom, block);
         rom[0] = 0x04000000u | 4u << 16 | crc16(rom, 1, 4);
-        std::vector<uint8_t> bytes;
-        for (uint32_t q : rom)
-            for (int shift = 24; shift >= 0; shift -= 8)
-                bytes.push_back(static_cast<uint8_t>(q >> shift));
-        return bytes;
+        return rom;
     }
+
+    std::vector<uint8_t> image() const { return busOrderBytes(quadlets()); }
 
 private:
     struct Block {
@@ -101,7 +132,7 @@ private:
         rom[header] = static_cast<uint32_t>(length) << 16 | crc16(rom, header + 1, length);
     }
 
-    std::vector<uint32_t> quadlets_;
+    BusInfo info_;
     std::vector<Block> blocks_;
 };
 
