@@ -38,7 +38,8 @@ public:
     ConfigROMAccessor& operator=(const ConfigROMAccessor&) = delete;
 
     bool isAccessible() const { return accessible_; }
-    uint64_t getGuid() const { return guid_; }
+    // The node's unique id. Every entry object of a node asks for it once, when it is made.
+    virtual uint64_t getGuid() const { return guid_; }
     unsigned getPort() const { return port_; }
 
     // Reads exactly length bytes at a ROM offset; false when any of them cannot be read.
@@ -68,19 +69,32 @@ public:
     virtual ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) = 0;
 };
 
-// A node whose reading ran out of read budget.
+// What a node's reading ran out of: reads, or entries made from its ROM.
+enum class Budget { Reads, Entries };
+
+// A node whose reading ran out of its budget.
 struct exhausted_node_t {
     unsigned port;
     unsigned nodeId;
+    Budget spent;
 };
 
 // Hands out the installed bus's accessors. Like a real bus with its transaction limits, it bounds
-// what one reading may cost: every accessor may make a fixed number of reads, after which its
-// reads fail, so that no ROM, however its blocks refer to each other, can keep a reader busy.
+// what one node's reading may cost, so that no ROM, however its blocks refer to each other, can
+// keep a reader busy or fill the machine with devices:
+// - reads: every accessor may make a fixed number of reads;
+// - entries: every entry object of a node is made from the node's accessor and asks it for the
+//   node's GUID when it is made, before it makes its device, so the accessor counts the entries
+//   of the node. A ROM of 256 quadlets whose directories are each reached once holds at most 251
+//   entries, so the default of 256 reads every such ROM in full.
+// Once either is spent, the accessor's reads fail and the framework refuses entry devices (class
+// Firmware) until the next accessor is handed out: the entries still made from the block in hand
+// publish nothing and look no vendor up.
 class ConfigROMContext {
 public:
     static constexpr unsigned AllPorts = 0xFFFFFFFFu;
     static constexpr uint64_t DefaultReadBudget = 65536;
+    static constexpr uint64_t DefaultEntryBudget = MaxRomSize / 4;
 
     // The accessor of the installed bus; without a bus, an accessor that reads nothing.
     static AccessorHandle getConfigROMAccessor(unsigned port, unsigned nodeId, bool flag);
@@ -90,6 +104,9 @@ public:
     // The reads each accessor handed out from now on may make.
     static void setReadBudget(uint64_t reads);
     static uint64_t readBudget();
+    // The entries each node's accessor handed out from now on may count.
+    static void setEntryBudget(uint64_t entries);
+    static uint64_t entryBudget();
     // The nodes whose accessors ran out of budget, in the order they did, until cleared.
     static const std::vector<exhausted_node_t>& exhaustedNodes();
     static void clearExhaustedNodes();

@@ -19,6 +19,7 @@ public:
         Value value;
     };
 
+    // A new device, or null when the framework refuses devices of its class.
     static SysInfoDevice* createGeneric(const DeviceCapability& deviceClass,
                                         const DeviceCapability& subClass, const VeskString& name,
                                         const VeskString& hwLocator, const VeskString& description,

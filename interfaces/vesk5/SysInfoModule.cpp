@@ -14,6 +14,7 @@ struct Framework {
     std::vector<DeviceProperty*> properties;
     std::vector<SysInfoDevice> published;
     std::vector<SysInfoDevice*> created;
+    const DeviceCapability* refused = nullptr;
 
     ~Framework() {
         published.clear();
@@ -40,6 +41,8 @@ SysInfoDevice* SysInfoDevice::createGeneric(const DeviceCapability& deviceClass,
                                             const VeskString& name, const VeskString& hwLocator,
                                             const VeskString& description,
                                             const VeskString& uniqueId) {
+    if (framework().refused && *framework().refused == deviceClass)
+        return nullptr;
     auto* device = new SysInfoDevice(deviceClass, subClass, name, hwLocator, description, uniqueId);
     device->created_ = true;
     SysInfoModule::created(device);
@@ -117,8 +120,17 @@ const std::vector<SysInfoDevice>& SysInfoModule::publishedDevices() {
     return framework().published;
 }
 
+void SysInfoModule::refuseDevicesOf(const DeviceCapability* deviceClass) {
+    framework().refused = deviceClass;
+}
+
+const DeviceCapability* SysInfoModule::refusedClass() {
+    return framework().refused;
+}
+
 void SysInfoModule::reset() {
     auto& state = framework();
+    state.refused = nullptr;
     state.published.clear();
     while (!state.created.empty())
         delete state.created.back();

@@ -23,7 +23,13 @@ public:
     static const std::vector<DeviceProperty*>& deviceProperties();
     static const std::vector<SysInfoDevice>& publishedDevices();
 
-    // Forgets the published devices and destroys the created devices nobody destroyed.
+    // Refuses to create devices of a class from now on: createGeneric answers null for them.
+    // Null admits every class again, as reset does.
+    static void refuseDevicesOf(const DeviceCapability* deviceClass);
+    static const DeviceCapability* refusedClass();
+
+    // Forgets the published devices, destroys the created devices nobody destroyed and admits
+    // every class of device.
     static void reset();
 
 private:

@@ -1,4 +1,5 @@
 #include "lib1394/MemoryBus.h"
+#include "vesk5/SysInfoModule.h"
 
 #include <gtest/gtest.h>
 
@@ -154,8 +155,43 @@ TEST_F(MemoryBusTest, EveryAccessorHasItsOwnReadBudget) {
     EXPECT_FALSE(rom->readStructure(0, buffer, 4));
     ASSERT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
     EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].spent, lib1394::Budget::Reads);
     EXPECT_TRUE(node(0, 0)->readStructure(0, buffer, 4));
     ConfigROMContext::setReadBudget(ConfigROMContext::DefaultReadBudget);
+    ConfigROMContext::clearExhaustedNodes();
+}
+
+TEST_F(MemoryBusTest, EveryEntryAskingForTheGuidIsChargedToItsNode) {
+    bus_->addPort();
+    bus_->addNode(0, counting(64), 7);
+    bus_->addNode(0, counting(64), 8);
+    ConfigROMContext::clearExhaustedNodes();
+    ConfigROMContext::setEntryBudget(2);
+    uint8_t buffer[4];
+    AccessorHandle rom = node(0, 0);
+    AccessorHandle shared = rom;
+    EXPECT_EQ(rom->getGuid(), 7u);
+    EXPECT_EQ(shared->getGuid(), 7u);
+    // Exactly the budget spent: reads still go through.
+    EXPECT_TRUE(rom->readStructure(0, buffer, 4));
+    EXPECT_TRUE(ConfigROMContext::exhaustedNodes().empty());
+    // One entry more: the GUID is still told, every read fails from now on, noted once.
+    EXPECT_EQ(shared->getGuid(), 7u);
+    EXPECT_EQ(rom->readBlock(0, 4, buffer), 0u);
+    EXPECT_EQ(rom->getGuid(), 7u);
+    ASSERT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].spent, lib1394::Budget::Entries);
+    // Its entries publish nothing more, until another accessor is handed out; the other node,
+    // and the same node read anew, have budgets of their own.
+    EXPECT_EQ(vesk5::SysInfoModule::refusedClass(), &vesk5::DeviceCapability::Firmware());
+    AccessorHandle other = node(0, 1);
+    EXPECT_EQ(vesk5::SysInfoModule::refusedClass(), nullptr);
+    EXPECT_EQ(other->getGuid(), 8u);
+    EXPECT_TRUE(other->readStructure(0, buffer, 4));
+    EXPECT_TRUE(node(0, 0)->readStructure(0, buffer, 4));
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
+    ConfigROMContext::setEntryBudget(ConfigROMContext::DefaultEntryBudget);
     ConfigROMContext::clearExhaustedNodes();
 }
 

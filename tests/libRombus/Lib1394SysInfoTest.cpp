@@ -1,6 +1,7 @@
 #include "libRombus/Lib1394SysInfo.h"
 #include "ModuleFixture.h"
 
+#include "rombus_support/HostileRoms.h"
 #include "vesk5/LocalizedString.h"
 
 namespace {
@@ -8,6 +9,8 @@ namespace {
 using libRombus::DeviceHandle;
 using libRombus::lib1394_enum_log;
 using libRombus::Lib1394SysInfo;
+using rombus_test::deepDoublingRom;
+using rombus_test::lookupStormRom;
 using rombus_test::RomLayout;
 
 // A node with a root directory holding its Vendor entry.
@@ -250,29 +253,90 @@ TEST_F(EnumerationTest, PortsAndNodesInOrderWithTheirRecords) {
     EXPECT_EQ(vesk5::SysInfoDevice::liveCount(), 0u);
 }
 
-TEST_F(EnumerationTest, ARomAskingForExponentialWorkRunsOutOfReadBudget) {
-    // Every level refers twice to the level below: 2^80 parses for a faithful reader.
-    RomLayout layout;
-    const int levels = 80;
-    layout.directory(
-        {RomLayout::immediate(0x03, 1), RomLayout::ref(0xD4, 1), RomLayout::ref(0xD4, 1)});
-    for (int level = 1; level < levels; ++level)
-        layout.directory({RomLayout::ref(0xD4, level + 1), RomLayout::ref(0xD4, level + 1)});
-    layout.directory({RomLayout::immediate(0x17, 1)});
-    auto image = layout.image();
-    ASSERT_LE(image.size(), lib1394::MaxRomSize);
+// The entry devices published for a node's ROM: their locators name its GUID.
+size_t entryDevicesOf(uint64_t guid) {
+    char prefix[48];
+    std::snprintf(prefix, sizeof prefix,
+                  "IEEE1394NODE:0:0x%016llx:", static_cast<unsigned long long>(guid));
+    size_t count = 0;
+    for (const auto& device : vesk5::SysInfoModule::publishedDevices())
+        count += device.hwLocator().zulString().str().rfind(prefix, 0) == 0;
+    return count;
+}
+
+// A root directory whose 250 entries fill a ROM of 256 quadlets: the most entries a ROM can
+// hold when every block is reached once.
+RomLayout fullRoot(uint64_t guid) {
+    RomLayout rom(guid);
+    std::vector<RomLayout::Item> items(249, RomLayout::immediate(0x17, 0x000001));
+    items.insert(items.begin(), RomLayout::immediate(0x03, 0x00A027));
+    rom.directory(items);
+    return rom;
+}
+
+// Root and three unit directories that all name one textual descriptor: 15 entries, the root
+// directory included.
+RomLayout sharedDescriptor(uint64_t guid) {
+    RomLayout rom(guid);
+    const int text = 4; // after the directories: an entry can only point forward
+    rom.directory({RomLayout::immediate(0x03, 0x00A027), RomLayout::ref(0x81, text),
+                   RomLayout::ref(0xD1, 1), RomLayout::ref(0xD1, 2), RomLayout::ref(0xD1, 3)});
+    for (uint32_t version = 1; version <= 3; ++version)
+        rom.directory({RomLayout::immediate(0x12, 0x00A027), RomLayout::immediate(0x13, version),
+                       RomLayout::ref(0x81, text)});
+    rom.textLeaf("Shared Name");
+    return rom;
+}
+
+TEST_F(EnumerationTest, EveryNodeIsBoundedByItsEntryBudgetAndSaneRomsAreReadInFull) {
+    const uint64_t full = 0x10, shared = 0x11, deep = 0x12, storm = 0x13;
+    ASSERT_EQ(fullRoot(full).image().size(), lib1394::MaxRomSize);
     bus->addPort();
-    bus->addNode(0, image, 1);
-    bus->addNode(0, validRom().image(), 2);
+    bus->addNode(0, deepDoublingRom(deep), deep);
+    bus->addNode(0, lookupStormRom(storm), storm);
+    bus->addNode(0, fullRoot(full).image(), full);
+    bus->addNode(0, sharedDescriptor(shared).image(), shared);
     lib1394::ConfigROMContext::clearExhaustedNodes();
     zul::LogFactory::setPriority(zul::LOG_FAILURE);
 
     zul::Array<lib1394_enum_log> out;
     EXPECT_TRUE(Lib1394SysInfo::enumerateAll(out));
-    ASSERT_EQ(lib1394::ConfigROMContext::exhaustedNodes().size(), 1u);
-    EXPECT_EQ(lib1394::ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
-    ASSERT_EQ(out.size(), 2u);
-    EXPECT_TRUE(out[1].messages.isEmpty());
+    const auto& exhausted = lib1394::ConfigROMContext::exhaustedNodes();
+    ASSERT_EQ(exhausted.size(), 2u);
+    EXPECT_EQ(exhausted[0].nodeId, 0xFFC0u);
+    EXPECT_EQ(exhausted[1].nodeId, 0xFFC1u);
+    EXPECT_EQ(exhausted[0].spent, lib1394::Budget::Entries);
+    EXPECT_EQ(exhausted[1].spent, lib1394::Budget::Entries);
+    // Past the budget the entries of the directory in hand are still made, but publish nothing
+    // and look no vendor up.
+    const size_t budget = lib1394::ConfigROMContext::DefaultEntryBudget;
+    EXPECT_EQ(entryDevicesOf(deep), budget);
+    EXPECT_EQ(entryDevicesOf(storm), budget);
+    ASSERT_EQ(out.size(), 4u);
+    EXPECT_TRUE(out[2].messages.isEmpty());
+    EXPECT_TRUE(out[3].messages.isEmpty());
+    EXPECT_EQ(entryDevicesOf(full), 251u);
+    EXPECT_EQ(entryDevicesOf(shared), 15u);
+    lib1394::ConfigROMContext::clearExhaustedNodes();
+}
+
+TEST_F(EnumerationTest, TheEntryBudgetIsExactlyTheEntriesANodeMayMake) {
+    const uint64_t guid = 0x11;
+    for (uint64_t budget : {15u, 14u}) {
+        vesk5::SysInfoModule::reset();
+        bus = std::make_shared<lib1394::MemoryBus>();
+        lib1394::ConfigROMContext::installBus(bus);
+        bus->addPort();
+        bus->addNode(0, sharedDescriptor(guid).image(), guid);
+        lib1394::ConfigROMContext::clearExhaustedNodes();
+        lib1394::ConfigROMContext::setEntryBudget(budget);
+        zul::Array<lib1394_enum_log> out;
+        EXPECT_TRUE(Lib1394SysInfo::enumerateAll(out));
+        EXPECT_EQ(lib1394::ConfigROMContext::exhaustedNodes().size(), budget == 15 ? 0u : 1u)
+            << budget;
+        EXPECT_EQ(entryDevicesOf(guid), budget == 15 ? 15u : 14u) << budget;
+    }
+    lib1394::ConfigROMContext::setEntryBudget(lib1394::ConfigROMContext::DefaultEntryBudget);
     lib1394::ConfigROMContext::clearExhaustedNodes();
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "rombus_support/HostileRoms.h"
 #include "rombus_support/TestFolder.h"
 
 #include <sys/wait.h>
@@ -51,6 +52,10 @@ std::string hexLines(const std::vector<uint32_t>& quadlets) {
         text += hex;
     }
     return text;
+}
+
+std::string asBytes(const std::vector<uint8_t>& image) {
+    return std::string(image.begin(), image.end());
 }
 
 // The device whose locator holds the text, or null.
@@ -197,33 +202,28 @@ TEST_F(RombusTool, ImagesInAllThreeFormsGiveIdenticalResults) {
     EXPECT_THAT(messagesOf(wrong["nodes"][0]), HasSubstr("signature mismatch"));
 }
 
-// A ROM whose root directory refers twice to a directory that refers twice to the next, levels
-// deep: read faithfully, 2^levels directories. Without CRCs: read with --crc-level 0.
-std::string doublingRom(unsigned levels) {
-    std::vector<uint32_t> rom = {0x04040000, 0x31333934, 0xE0648002, 0x0030E000, 0x00000007};
-    // Level i starts at quadlet 9 + 3 * i; its entries at 10 + 3 * i and 11 + 3 * i both point
-    // to the next level, as do the root's entries at quadlets 7 and 8.
-    rom.insert(rom.end(), {3 << 16, 0x030030E0, 0xD4000002, 0xD4000001});
-    for (unsigned i = 0; i < levels; ++i)
-        rom.insert(rom.end(), {2 << 16, 0xD4000002, 0xD4000001});
-    rom.insert(rom.end(), {1 << 16, 0x17000001});
-    return hexLines(rom);
-}
-
-TEST_F(RombusTool, AReadingThatRunsOutOfReadsIsReportedAndCountsAsAFailure) {
-    const std::string deep = write("deep.txt", doublingRom(60));
-    const std::string shallow = write("shallow.txt", doublingRom(2));
-    const Outcome run = registered("check --crc-level 0 " + shallow + " " + deep);
+TEST_F(RombusTool, ANodeThatRunsOutOfItsBudgetIsReportedAndCountsAsAFailure) {
+    const std::string deep = write("deep.bin", asBytes(rombus_test::deepDoublingRom()));
+    const std::string shallow = write(
+        "shallow.bin",
+        asBytes(rombus_test::doublingLayout(2, 0xD4, rombus_test::RomLayout::immediate(0x17, 1), 1)
+                    .image()));
+    const Outcome run = registered("check " + shallow + " " + deep);
     EXPECT_EQ(run.status, 1);
     const size_t deepNode = run.out.find(deep);
     ASSERT_NE(deepNode, std::string::npos) << run.out;
     EXPECT_EQ(run.out.find("Reading stopped"), run.out.find("Reading stopped", deepNode));
-    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 65536 reads"));
+    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 256 entries"));
     EXPECT_THAT(run.out, HasSubstr("1 without problems, 1 read failed"));
     // Levels beyond the twentieth are marked, not indented further.
     EXPECT_THAT(run.out, HasSubstr("(level 40) Directory - Dependent Information"));
     expectWithin100Columns(run.out);
-    EXPECT_EQ(registered("check --crc-level 0 " + shallow).status, 0);
+
+    const json report = rombusJson("check " + shallow + " " + deep, 1);
+    EXPECT_TRUE(report["nodes"][0]["readingStopped"].is_null());
+    EXPECT_EQ(report["nodes"][1]["readingStopped"],
+              json::parse(R"({"budget": "entries", "limit": 256})"));
+    EXPECT_EQ(registered("check " + shallow).status, 0);
 }
 
 TEST_F(RombusTool, TwoNodesOfOneUniqueIdKeepTheirOwnTrees) {

@@ -69,4 +69,21 @@ TEST_F(SysInfoTest, CreatedDevicesAreCountedAndResetDestroysThem) {
     EXPECT_TRUE(vesk5::SysInfoModule::publishedDevices().empty());
 }
 
+TEST_F(SysInfoTest, ARefusedClassGetsNoDevicesUntilAdmittedAgain) {
+    const auto firmware = [] {
+        return vesk5::SysInfoDevice::createGeneric(
+            DeviceCapability::Firmware(), DeviceCapability::IEEE1394(), "entry", "at", "", "at");
+    };
+    vesk5::SysInfoModule::refuseDevicesOf(&DeviceCapability::Firmware());
+    EXPECT_EQ(firmware(), nullptr);
+    EXPECT_NE(create("bus device"), nullptr);
+    EXPECT_EQ(vesk5::SysInfoDevice::liveCount(), 1u);
+    vesk5::SysInfoModule::refuseDevicesOf(nullptr);
+    EXPECT_NE(firmware(), nullptr);
+    vesk5::SysInfoModule::refuseDevicesOf(&DeviceCapability::Firmware());
+    vesk5::SysInfoModule::reset();
+    EXPECT_EQ(vesk5::SysInfoModule::refusedClass(), nullptr);
+    EXPECT_NE(firmware(), nullptr);
+}
+
 } // namespace

@@ -54,10 +54,11 @@ std::vector<bool> markFailures(const zul::Array<libRombus::lib1394_enum_log>& no
     return failed;
 }
 
-// The nodes that ran out of reads, by their place in the enumeration: the nodes of earlier ports
+// The nodes that ran out of budget, by their place in the enumeration: the nodes of earlier ports
 // first, then the physical id (the low six bits of the node id) within the port.
-std::vector<bool> markExhausted(const std::vector<lib1394::RomPort>& ports, size_t nodeCount) {
-    std::vector<bool> exhausted(nodeCount, false);
+std::vector<std::optional<lib1394::Budget>>
+markExhausted(const std::vector<lib1394::RomPort>& ports, size_t nodeCount) {
+    std::vector<std::optional<lib1394::Budget>> exhausted(nodeCount);
     for (const lib1394::exhausted_node_t& node : lib1394::ConfigROMContext::exhaustedNodes()) {
         if (node.port >= ports.size())
             continue;
@@ -65,7 +66,7 @@ std::vector<bool> markExhausted(const std::vector<lib1394::RomPort>& ports, size
         for (unsigned p = 0; p < node.port; ++p)
             index += ports[p].nodes.size();
         if (index < nodeCount)
-            exhausted[index] = true;
+            exhausted[index] = node.spent;
     }
     return exhausted;
 }
@@ -98,7 +99,8 @@ Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settin
 
 bool hasProblems(const Scan& scan) {
     for (size_t i = 0; i < scan.nodes.size(); ++i)
-        if (!scan.nodes[i].messages.isEmpty() || scan.nodeFailed[i] || scan.nodeExhausted[i])
+        if (!scan.nodes[i].messages.isEmpty() || scan.nodeFailed[i] ||
+            scan.nodeExhausted[i].has_value())
             return true;
     return false;
 }

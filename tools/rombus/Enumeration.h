@@ -6,6 +6,7 @@
 #include "vesk5/SysInfoDevice.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,8 @@ struct Scan {
     // One record per node, in order, and whether reading that node stopped on a failure.
     zul::Array<libRombus::lib1394_enum_log> nodes;
     std::vector<bool> nodeFailed;
-    // Whether reading that node ran out of the reads one node may make.
-    std::vector<bool> nodeExhausted;
+    // What reading that node ran out of, if it did: the reads or the entries one node may make.
+    std::vector<std::optional<lib1394::Budget>> nodeExhausted;
     std::vector<vesk5::DiagModule::Report> reports;
     // What the bus knows of its ports and nodes beyond the module's view: folders, file names.
     std::vector<lib1394::RomPort> ports;

@@ -29,13 +29,24 @@ json device(const vesk5::SysInfoDevice& device) {
             {"properties", std::move(properties)}};
 }
 
-json node(const libRombus::lib1394_enum_log& node) {
+// What a node's reading ran out of, and how much of it a node may use; null when it did not.
+json stop(const std::optional<lib1394::Budget>& spent) {
+    if (!spent)
+        return nullptr;
+    if (*spent == lib1394::Budget::Reads)
+        return {{"budget", "reads"}, {"limit", lib1394::ConfigROMContext::readBudget()}};
+    return {{"budget", "entries"}, {"limit", lib1394::ConfigROMContext::entryBudget()}};
+}
+
+json node(const libRombus::lib1394_enum_log& node, const std::optional<lib1394::Budget>& spent) {
     json messages = json::array();
     for (const auto& record : node.messages)
         messages.push_back(
             {{"level", record.level},
              {"text", record.message.isEmpty() ? std::string() : record.message->text().str()}});
-    return {{"locator", node.locator.str()}, {"messages", std::move(messages)}};
+    return {{"locator", node.locator.str()},
+            {"messages", std::move(messages)},
+            {"readingStopped", stop(spent)}};
 }
 
 const char* severityName(vesk5::DiagModule::Severity severity) {
@@ -56,8 +67,8 @@ json jsonReport(const Scan& scan) {
     for (const auto& each : scan.devices)
         devices.push_back(device(each));
     json nodes = json::array();
-    for (const auto& each : scan.nodes)
-        nodes.push_back(node(each));
+    for (size_t i = 0; i < scan.nodes.size(); ++i)
+        nodes.push_back(node(scan.nodes[i], scan.nodeExhausted[i]));
     json reports = json::array();
     for (const auto& report : scan.reports)
         reports.push_back({{"severity", severityName(report.severity)},

@@ -144,6 +144,17 @@ std::vector<std::string> pieces(const std::string& word, size_t width) {
     return out;
 }
 
+// Why the reading of a node stopped before its end.
+std::string stopText(lib1394::Budget spent) {
+    const std::string what =
+        spent == lib1394::Budget::Reads
+            ? "more than " + std::to_string(lib1394::ConfigROMContext::readBudget()) + " reads"
+            : "more than " + std::to_string(lib1394::ConfigROMContext::entryBudget()) + " entries";
+    return "Reading stopped: the ROM asked for " + what +
+           ", its blocks referring to each other over and over; what follows is what was found "
+           "until then.";
+}
+
 struct NodeTally {
     size_t clean = 0, withProblems = 0, failed = 0, inaccessible = 0;
 };
@@ -218,11 +229,7 @@ private:
         const bool failed = k < scan_.nodeFailed.size() && scan_.nodeFailed[k];
         const bool exhausted = k < scan_.nodeExhausted.size() && scan_.nodeExhausted[k];
         if (exhausted)
-            out_ << wrapped("Reading stopped: the ROM asked for more than " +
-                                std::to_string(lib1394::ConfigROMContext::readBudget()) +
-                                " reads, its blocks referring to each other over and over; what "
-                                "follows is what was found until then.",
-                            indent, indent);
+            out_ << wrapped(stopText(*scan_.nodeExhausted[k]), indent, indent);
         if (accessible && !accessible->value.valueBool()) {
             ++tally_.inaccessible;
             out_ << wrapped("Not read: the ROM is not accessible.", indent, indent);

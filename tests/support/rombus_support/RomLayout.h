@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -124,8 +125,13 @@ private:
             rom.insert(rom.end(), block.body.begin(), block.body.end());
         for (const Item& item : block.items) {
             uint32_t value = item.value;
-            if (item.target >= 0)
-                value = (offsetOf(item.target) - 4 * static_cast<uint32_t>(rom.size())) / 4;
+            if (item.target >= 0) {
+                const uint32_t self = 4 * static_cast<uint32_t>(rom.size());
+                // The offset of an entry's target is unsigned: it can only point forward.
+                if (offsetOf(item.target) <= self)
+                    throw std::logic_error("a ROM entry can only refer to a later block");
+                value = (offsetOf(item.target) - self) / 4;
+            }
             rom.push_back(uint32_t{item.key} << 24 | (value & 0xFFFFFF));
         }
         size_t length = rom.size() - header - 1;
