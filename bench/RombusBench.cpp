@@ -1,15 +1,19 @@
 // The module's costs that matter on a full bus: the CRC-16, reading one typical ROM, the vendor
-// lookup at its worst beside the bare line loop over the same file, and a whole 252-node bus.
+// lookup at its worst beside the bare line loop over the same file, a whole 252-node bus, and
+// hostile ROMs that a faithful reader would read without end, bounded by each node's budget.
 // After the runs a table holds each figure against its target; the benchmarks are repeated and
 // interleaved (see main) so that the machine's drift falls on all of them alike.
 //
 //   rombus_bench                          runs every benchmark and prints the target table
 //   rombus_bench --write-typical-rom FILE writes the typical ROM (for the whole-process timing)
-#include "rombus_support/TypicalRom.h"
+//   rombus_bench --write-hostile FOLDER   writes the hostile ROMs as image files and a sysfs bus
 #include "lib1394/MemoryBus.h"
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394SysInfo.h"
 #include "libRombus/Lib1394Util.h"
+#include "rombus_support/HostileRoms.h"
+#include "rombus_support/SysfsTree.h"
+#include "rombus_support/TypicalRom.h"
 #include "vesk5/DiagModule.h"
 #include "vesk5/SysInfoModule.h"
 #include "zul/Buffer.h"
@@ -174,12 +178,54 @@ void Enumerate252(benchmark::State& state) {
     lib1394::ConfigROMContext::installBus(nullptr);
 }
 
+// A bus of one port holding the given ROMs, node n with GUID first + n.
+std::shared_ptr<lib1394::MemoryBus> busOf(const std::vector<std::vector<uint8_t>>& roms) {
+    auto bus = std::make_shared<lib1394::MemoryBus>();
+    bus->addPort();
+    for (size_t node = 0; node < roms.size(); ++node)
+        bus->addNode(0, roms[node], node + 1);
+    return bus;
+}
+
+constexpr size_t FullPort = 63;
+
+// Every node of a port as the enumeration reads it, with the full registry; the reading must
+// stop at each node's budget.
+void enumerateHostile(benchmark::State& state, const std::vector<std::vector<uint8_t>>& roms) {
+    if (!needRegistry(state))
+        return;
+    setRegistry(fullRegistry());
+    lib1394::ConfigROMContext::installBus(busOf(roms));
+    for (auto _ : state) {
+        lib1394::ConfigROMContext::clearExhaustedNodes();
+        zul::Array<libRombus::lib1394_enum_log> nodes;
+        libRombus::Lib1394SysInfo::enumerateAll(nodes);
+        if (lib1394::ConfigROMContext::exhaustedNodes().size() != roms.size())
+            state.SkipWithError("a hostile node was not stopped by its budget");
+        resetFramework();
+    }
+    lib1394::ConfigROMContext::installBus(nullptr);
+}
+
+// The 772-byte ROM whose faithful reading makes 614,400 lookups of ids above the registry's.
+void HostileLookupStorm(benchmark::State& state) {
+    enumerateHostile(state, {rombus_test::lookupStormRom()});
+}
+
+// A full port of ROMs whose 60 levels of directories each refer twice to the next.
+void HostileDoubling63(benchmark::State& state) {
+    enumerateHostile(state,
+                     std::vector<std::vector<uint8_t>>(FullPort, rombus_test::deepDoublingRom()));
+}
+
 BENCHMARK(Crc16_1KB);
 BENCHMARK(ReadConfigROM);
 BENCHMARK(ReadConfigROM_NoDevice);
 BENCHMARK(RegistryWorstCase)->Unit(benchmark::kMicrosecond);
 BENCHMARK(RegistryFgetsFloor)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Enumerate252)->Unit(benchmark::kMillisecond);
+BENCHMARK(HostileLookupStorm)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(HostileDoubling63)->Unit(benchmark::kMillisecond);
 
 // Shows the runs as usual and keeps, per benchmark, the median time of one iteration (the only
 // run when there are no repetitions), in seconds.
@@ -209,6 +255,8 @@ public:
         ratio("worst-case lookup / fgets loop", "RegistryWorstCase", "RegistryFgetsFloor", 4.0);
         limit("readConfigROM, typical ROM (us)", "ReadConfigROM", 1e6, 20.0);
         limit("252-node enumeration with lookups (ms)", "Enumerate252", 1e3, 1000.0);
+        limit("772-byte lookup storm, one node (ms)", "HostileLookupStorm", 1e3, 2000.0);
+        limit("63 doubling ROMs, one port (ms)", "HostileDoubling63", 1e3, 3000.0);
     }
 
 private:
@@ -252,11 +300,32 @@ int writeTypicalRom(const char* path) {
     return 0;
 }
 
+void writeImage(const fs::path& path, const std::vector<uint8_t>& rom) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(reinterpret_cast<const char*>(rom.data()), static_cast<std::streamsize>(rom.size()));
+}
+
+// storm.bin, doubling.bin, and sysfs/: a port of 63 doubling nodes.
+int writeHostile(const char* folder) {
+    const fs::path root(folder);
+    fs::create_directories(root);
+    writeImage(root / "storm.bin", rombus_test::lookupStormRom());
+    writeImage(root / "doubling.bin", rombus_test::deepDoublingRom());
+    const rombus_test::SysfsTree sysfs(root / "sysfs");
+    for (size_t node = 0; node < FullPort; ++node)
+        sysfs.addNode("pci0000:00/0000:00:1c.0/0000:03:00.0", "fw" + std::to_string(node),
+                      rombus_test::deepDoublingRom(0x0030E00000000100ull + node),
+                      0x0030E00000000100ull + node);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     if (argc == 3 && std::strcmp(argv[1], "--write-typical-rom") == 0)
         return writeTypicalRom(argv[2]);
+    if (argc == 3 && std::strcmp(argv[1], "--write-hostile") == 0)
+        return writeHostile(argv[2]);
     libRombus::init();
     // The lines the module logs at its default gate are not what is measured; drop them.
     zul::LogFactory::setSink([](const zul::String&, unsigned, const zul::String&) {});

@@ -1,4 +1,5 @@
 #include "lib1394/SysfsBus.h"
+#include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -13,20 +14,17 @@ namespace fs = std::filesystem;
 // A sysfs-shaped tree in the test's own folder, removed with the object.
 struct SysfsTree {
     rombus_test::TestFolder folder;
+    const rombus_test::SysfsTree tree{folder.path()};
     const fs::path root = folder.path();
-    SysfsTree() { fs::create_directories(root / "bus/firewire/devices"); }
 
     // A node fwN (or unit fwN.M) below a controller folder, its link, and its files.
     fs::path add(const std::string& controller, const std::string& name,
                  const std::string& configRom, const std::string& guid) const {
-        const fs::path folder = root / "devices" / controller / name;
-        fs::create_directories(folder);
-        std::ofstream(folder / "config_rom", std::ios::binary) << configRom;
+        const fs::path device = tree.add(controller, name);
+        tree.write(device / "config_rom", configRom);
         if (!guid.empty())
-            std::ofstream(folder / "guid") << guid << "\n";
-        fs::create_directory_symlink(fs::path("../../../devices") / controller / name,
-                                     root / "bus/firewire/devices" / name);
-        return folder;
+            tree.write(device / "guid", guid + "\n");
+        return device;
     }
 };
 

@@ -2,11 +2,11 @@
 // controllers (ports) with nodes whose Configuration ROMs are built here, well-formed except where
 // a node is meant to show one kind of problem. Usage: make-sample FOLDER
 #include "rombus_support/RomLayout.h"
+#include "rombus_support/SysfsTree.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -44,64 +44,36 @@ BusInfo busInfo(uint64_t guid, const std::string& busName = "1394") {
     return info;
 }
 
-std::vector<uint32_t> buildRom(const Node& node) {
-    std::vector<uint32_t> rom = node.rom.quadlets();
-    if (node.breakRomCrc)
-        rom[0] ^= 0x0000BEEF;
+std::vector<uint8_t> buildRom(const Node& node) {
+    std::vector<uint8_t> rom = node.rom.image();
+    if (node.breakRomCrc) {
+        rom[2] ^= 0xBE;
+        rom[3] ^= 0xEF;
+    }
     return rom;
 }
 
-// config_rom as the kernel shows it on a little-endian machine: each quadlet byte-reversed.
-std::string littleEndian(const std::vector<uint32_t>& rom) {
-    std::string bytes;
-    for (uint32_t quadlet : rom)
-        for (int shift = 0; shift < 32; shift += 8)
-            bytes += char(quadlet >> shift);
-    return bytes;
-}
-
-void writeFile(const fs::path& path, const std::string& content) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << content;
-}
-
-std::string hexGuid(uint64_t guid) {
-    char text[24];
-    std::snprintf(text, sizeof text, "0x%016llx\n", static_cast<unsigned long long>(guid));
-    return text;
-}
-
-void link(const fs::path& from, const fs::path& to) {
-    std::error_code ignored;
-    fs::remove(from, ignored);
-    fs::create_directory_symlink(to, from);
-}
-
 struct Sample {
-    fs::path root;
+    rombus_test::SysfsTree tree;
     unsigned next = 0;
 
-    // Adds node fwN under a controller folder, with its link in bus/firewire/devices.
+    // Adds node fwN under a controller folder, with its link in bus/firewire/devices; a node
+    // without a ROM has an empty config_rom.
     fs::path add(const std::string& controller, const Node* node, uint64_t guid, bool local) {
         const std::string name = "fw" + std::to_string(next++);
-        const fs::path folder = root / "devices" / controller / name;
-        fs::create_directories(folder);
-        writeFile(folder / "config_rom", node ? littleEndian(buildRom(*node)) : std::string());
-        writeFile(folder / "guid", hexGuid(guid));
-        writeFile(folder / "is_local", local ? "1\n" : "0\n");
-        link(root / "bus/firewire/devices" / name,
-             fs::path("../../../devices") / controller / name);
+        const fs::path folder =
+            tree.addNode(controller, name, node ? buildRom(*node) : std::vector<uint8_t>(), guid);
+        tree.write(folder / "is_local", local ? "1\n" : "0\n");
         return folder;
     }
 
     // Adds the unit device fwN.0 of a node: the kernel lists it too, but it is not a node.
     void addUnit(const fs::path& nodeFolder) {
-        const std::string name = nodeFolder.filename().string() + ".0";
-        fs::create_directories(nodeFolder / name);
-        writeFile(nodeFolder / name / "modalias",
-                  "ieee1394:ven0030E0mo00000934sp0000609Ever00010483\n");
-        const fs::path controller = nodeFolder.parent_path().lexically_relative(root / "devices");
-        link(root / "bus/firewire/devices" / name,
-             fs::path("../../../devices") / controller / nodeFolder.filename() / name);
+        const fs::path controller =
+            nodeFolder.parent_path().lexically_relative(tree.root() / "devices");
+        const fs::path unit = tree.add((controller / nodeFolder.filename()).string(),
+                                       nodeFolder.filename().string() + ".0");
+        tree.write(unit / "modalias", "ieee1394:ven0030E0mo00000934sp0000609Ever00010483\n");
     }
 };
 
@@ -160,8 +132,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: make-sample FOLDER\n");
         return 2;
     }
-    Sample sample{fs::path(argv[1])};
-    fs::create_directories(sample.root / "bus/firewire/devices");
+    Sample sample{rombus_test::SysfsTree(fs::path(argv[1]))};
     // The first controller's folder sorts after the second's: ports follow their lowest fwN.
     const std::string first = "pci0000:00/0000:00:1e.0/0000:05:00.0";
     const std::string second = "pci0000:00/0000:00:1c.0/0000:03:00.0";
