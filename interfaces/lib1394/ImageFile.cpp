@@ -1,10 +1,10 @@
 #include "lib1394/ImageFile.h"
 
-#include <cerrno>
-#include <cstdio>
+#include "lib1394/RegularFile.h"
+
+#include <algorithm>
+#include <cctype>
 #include <cstring>
-#include <filesystem>
-#include <memory>
 
 namespace lib1394 {
 namespace {
@@ -22,13 +22,40 @@ ImageFile failure(const std::string& name, const std::string& reason) {
     return image;
 }
 
+bool isTextByte(unsigned char c) {
+    return (c >= 0x20 && c < 0x7F) || (c != 0 && std::strchr("\t\n\v\f\r", c));
+}
+
 // A file is text when it holds no control character other than white space; a ROM image always
 // holds some (the info_length byte 04h to begin with).
 bool looksBinary(const std::string& content) {
-    for (unsigned char c : content)
-        if ((c < 0x20 && (c == 0 || !std::strchr("\t\n\v\f\r", c))) || c == 0x7F)
-            return true;
-    return false;
+    return !std::all_of(content.begin(), content.end(),
+                        [](char c) { return isTextByte(static_cast<unsigned char>(c)); });
+}
+
+bool startsWith(const std::string& content, const char* prefix) {
+    return content.rfind(prefix, 0) == 0;
+}
+
+// Why a file meant as hex text cannot be one: it begins with a byte-order mark (UTF-8 or
+// UTF-16), or it is hex text with NUL bytes in it. Empty for anything else. A ROM image with the
+// bus name at offset 4, in either byte order, is never taken for text.
+std::string spoiltText(const std::string& content) {
+    if (content.size() >= 8 &&
+        (content.compare(4, 4, "1394") == 0 || content.compare(4, 4, "4931") == 0))
+        return std::string();
+    if (startsWith(content, "\xEF\xBB\xBF") || startsWith(content, "\xFF\xFE") ||
+        startsWith(content, "\xFE\xFF"))
+        return "begins with a byte-order mark; hex text must be plain ASCII";
+    const bool textOrNul = std::all_of(content.begin(), content.end(), [](char c) {
+        return c == '\0' || isTextByte(static_cast<unsigned char>(c));
+    });
+    const size_t nul = content.find('\0');
+    if (textOrNul && nul != std::string::npos &&
+        std::any_of(content.begin(), content.end(),
+                    [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }))
+        return "holds a NUL byte at byte " + std::to_string(nul) + "; hex text must be plain ASCII";
+    return std::string();
 }
 
 // The signature "1394" stored with every quadlet's bytes reversed reads "4931" at offset 4.
@@ -144,6 +171,9 @@ ImageFile decodeBinary(const std::string& name, const std::string& content) {
 ImageFile decodeImage(const std::string& name, const std::string& content, ByteOrder order) {
     if (content.empty())
         return failure(name, "the file is empty");
+    const std::string spoilt = spoiltText(content);
+    if (!spoilt.empty())
+        return failure(name, spoilt);
     ImageFile image =
         looksBinary(content) ? decodeBinary(name, content) : decodeText(name, content);
     if (image.ok() && !toBusOrder(image.rom, order))
@@ -153,25 +183,10 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
 }
 
 ImageFile readImageFile(const std::string& path, ByteOrder order) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error))
-        return failure(path, "is a directory, not a ROM image");
-    std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
-    if (!file)
-        return failure(path, std::string("cannot be opened: ") + std::strerror(errno));
-    // Read piece by piece: a ROM image is small, and the limit is only reached by other files.
-    std::string content;
-    char piece[4096];
-    size_t count = 0;
-    while ((count = std::fread(piece, 1, sizeof piece, file.get())) > 0 &&
-           content.size() <= MaxFileSize)
-        content.append(piece, count);
-    if (std::ferror(file.get()))
-        return failure(path, std::string("cannot be read: ") + std::strerror(errno));
-    if (content.size() > MaxFileSize)
-        return failure(path, "is larger than " + std::to_string(MaxFileSize) +
-                                 " bytes, far more than a ROM image");
-    return decodeImage(path, content, order);
+    const RegularFile file = readRegularFile(path, MaxFileSize);
+    if (!file.ok())
+        return failure(path, file.error);
+    return decodeImage(path, file.content, order);
 }
 
 ImageFileBus::ImageFileBus(const std::vector<ImageFile>& images)

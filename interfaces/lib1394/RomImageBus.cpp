@@ -11,7 +11,8 @@ constexpr unsigned PhysicalIdMask = 0x3F;
 
 } // namespace
 
-RomImageBus::RomImageBus(std::vector<RomPort> ports) : ports_(std::move(ports)) {}
+RomImageBus::RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes)
+    : ports_(std::move(ports)), notes_(std::move(notes)) {}
 
 ConfigROMAccessor* RomImageBus::createAccessor(unsigned port, unsigned nodeId) {
     if (port == ConfigROMContext::AllPorts)

@@ -22,6 +22,8 @@ struct RomNode {
     bool accessible = true;
     // Where the node came from (a sysfs device name, a file path), for the host program's output.
     std::string label;
+    // What the bus could not take as it stood (a file that is not regular, a ROM cut short).
+    std::vector<std::string> notes;
 };
 
 struct RomPort {
@@ -34,13 +36,16 @@ struct RomPort {
 // number (local bus, physical id in the low six bits); node id 0 stands for the port itself.
 class RomImageBus : public Bus {
 public:
-    explicit RomImageBus(std::vector<RomPort> ports);
+    explicit RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes = {});
 
     const std::vector<RomPort>& ports() const { return ports_; }
+    // What the bus skipped or could not take as it stood, beyond its nodes' own notes.
+    const std::vector<std::string>& notes() const { return notes_; }
     ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) override;
 
 private:
     std::vector<RomPort> ports_;
+    std::vector<std::string> notes_;
 };
 
 // Reads one ROM image held in memory. A read never leaves the image: it gives the bytes from

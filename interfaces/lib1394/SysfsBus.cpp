@@ -1,12 +1,11 @@
 #include "lib1394/SysfsBus.h"
 
+#include "lib1394/RegularFile.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 namespace lib1394 {
@@ -15,70 +14,98 @@ namespace {
 namespace fs = std::filesystem;
 
 struct FoundNode {
-    unsigned number; // N of fwN
-    fs::path folder; // the device folder the link leads to
+    std::string name; // fwN, as the kernel named it
+    fs::path folder;  // the device folder the link leads to
 };
 
-// N when the name is fwN with N decimal digits only; unit devices (fwN.M) and others are not.
-bool nodeNumber(const std::string& name, unsigned& number) {
-    if (name.size() < 3 || name.size() > 12 || name.compare(0, 2, "fw") != 0)
-        return false;
-    if (!std::all_of(name.begin() + 2, name.end(), [](char c) { return c >= '0' && c <= '9'; }))
-        return false;
-    number = static_cast<unsigned>(std::strtoul(name.c_str() + 2, nullptr, 10));
-    return true;
+// The digits of N when the name is fwN with N decimal digits only; empty for unit devices
+// (fwN.M) and anything else.
+std::string nodeDigits(const std::string& name) {
+    if (name.size() < 3 || name.compare(0, 2, "fw") != 0)
+        return std::string();
+    const std::string digits = name.substr(2);
+    const bool decimal =
+        std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return decimal ? digits : std::string();
 }
 
-std::vector<FoundNode> findNodes(const fs::path& devices) {
-    std::vector<FoundNode> nodes;
+// fwN before fwM when N < M, whatever their size: fewer significant digits first, then by digits.
+bool byNumber(const FoundNode& a, const FoundNode& b) {
+    auto significant = [](const std::string& name) {
+        const std::string digits = nodeDigits(name);
+        return digits.substr(std::min(digits.find_first_not_of('0'), digits.size() - 1));
+    };
+    const std::string x = significant(a.name), y = significant(b.name);
+    if (x.size() != y.size())
+        return x.size() < y.size();
+    return x != y ? x < y : a.name < b.name;
+}
+
+// Why an entry of bus/firewire/devices is no device folder, or empty when it is one.
+std::string notADevice(const fs::directory_entry& entry) {
     std::error_code error;
-    for (fs::directory_iterator it(devices, error), end; !error && it != end; it.increment(error)) {
-        unsigned number = 0;
-        if (!nodeNumber(it->path().filename().string(), number))
+    if (fs::is_directory(entry.path(), error))
+        return std::string();
+    if (fs::is_symlink(entry.symlink_status(error)))
+        return "a link that leads to no device folder";
+    return "not a link to a device folder";
+}
+
+// The node links of bus/firewire/devices in the order of their numbers; a link that leads to
+// no folder is noted and skipped.
+std::vector<FoundNode> findNodes(const fs::path& devices, std::vector<std::string>& notes) {
+    std::vector<FoundNode> links;
+    std::error_code error;
+    for (fs::directory_iterator it(devices, error), end; !error && it != end; it.increment(error))
+        if (!nodeDigits(it->path().filename().string()).empty())
+            links.push_back({it->path().filename().string(), it->path()});
+    std::sort(links.begin(), links.end(), byNumber);
+    std::vector<FoundNode> nodes;
+    for (const FoundNode& link : links) {
+        const std::string reason = notADevice(fs::directory_entry(link.folder, error));
+        if (!reason.empty()) {
+            notes.push_back(link.name + ": " + reason + " in bus/firewire/devices; skipped");
             continue;
+        }
         std::error_code resolveError;
-        fs::path folder = fs::canonical(it->path(), resolveError);
-        nodes.push_back({number, resolveError ? it->path() : folder});
+        const fs::path folder = fs::canonical(link.folder, resolveError);
+        nodes.push_back({link.name, resolveError ? link.folder : folder});
     }
-    std::sort(nodes.begin(), nodes.end(),
-              [](const FoundNode& a, const FoundNode& b) { return a.number < b.number; });
     return nodes;
 }
 
-// Reads at most limit bytes of a file; false when it cannot be opened or read.
-bool readFile(const fs::path& path, std::string& content, size_t limit) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    content.assign(limit, '\0');
-    in.read(content.data(), static_cast<std::streamsize>(limit));
-    if (in.bad())
-        return false;
-    content.resize(static_cast<size_t>(in.gcount()));
-    return true;
-}
-
-uint64_t readGuid(const fs::path& folder) {
-    std::string text;
-    if (!readFile(folder / "guid", text, 64))
+uint64_t readGuid(const fs::path& folder, RomNode& node) {
+    const fs::path path = folder / "guid";
+    std::error_code error;
+    if (!fs::exists(path, error))
         return 0;
+    const RegularFile file = readRegularFile(path.string(), 64);
+    if (!file.ok()) {
+        node.notes.push_back("guid " + file.error);
+        return 0;
+    }
     char* end = nullptr;
-    const unsigned long long guid = std::strtoull(text.c_str(), &end, 16);
-    return end != text.c_str() ? guid : 0;
+    const unsigned long long guid = std::strtoull(file.content.c_str(), &end, 16);
+    return end != file.content.c_str() ? guid : 0;
 }
 
 RomNode readNode(const FoundNode& found, ByteOrder order) {
     RomNode node;
-    node.label = "fw" + std::to_string(found.number);
-    node.guid = readGuid(found.folder);
-    std::string content;
-    if (!readFile(found.folder / "config_rom", content, MaxRomSize)) {
+    node.label = found.name;
+    node.guid = readGuid(found.folder, node);
+    const RegularFile file =
+        readRegularFile((found.folder / "config_rom").string(), MaxRomSize, true);
+    if (!file.ok()) {
+        node.notes.push_back("config_rom " + file.error);
         node.accessible = false;
         return node;
     }
+    if (file.truncated)
+        node.notes.push_back("config_rom holds more than " + std::to_string(MaxRomSize) +
+                             " bytes, the most a Configuration ROM has; its first " +
+                             std::to_string(MaxRomSize) + " were read");
     // Only whole quadlets are kept: the kernel never shows a part of one.
-    content.resize(content.size() / 4 * 4);
-    node.rom.assign(content.begin(), content.end());
+    node.rom.assign(file.content.begin(), file.content.begin() + file.content.size() / 4 * 4);
     node.accessible = !node.rom.empty();
     const bool little = order == ByteOrder::Little ||
                         (order == ByteOrder::Detect && std::endian::native == std::endian::little);
@@ -90,26 +117,36 @@ RomNode readNode(const FoundNode& found, ByteOrder order) {
 } // namespace
 
 SysfsBus::SysfsBus(const std::string& root, ByteOrder order)
-    : RomImageBus(readPorts(root, order)) {}
+    : RomImageBus([&] {
+          SysfsView view = read(root, order);
+          return RomImageBus(std::move(view.ports), std::move(view.notes));
+      }()) {}
 
-std::vector<RomPort> SysfsBus::readPorts(const std::string& root, ByteOrder order) {
+SysfsView SysfsBus::read(const std::string& root, ByteOrder order) {
     const fs::path base(root);
+    SysfsView view;
     // Ports keyed by their controller's folder, in the order of their lowest node number.
-    std::vector<RomPort> ports;
     std::map<fs::path, size_t> portOfFolder;
-    for (const FoundNode& found : findNodes(base / "bus" / "firewire" / "devices")) {
+    for (const FoundNode& found : findNodes(base / "bus" / "firewire" / "devices", view.notes)) {
         const fs::path controller = found.folder.parent_path();
-        auto [it, added] = portOfFolder.try_emplace(controller, ports.size());
+        auto [it, added] = portOfFolder.try_emplace(controller, view.ports.size());
         if (added) {
             RomPort port;
             std::error_code error;
             fs::path relative = fs::relative(controller, fs::weakly_canonical(base, error), error);
             port.text = (error || relative.empty() ? controller : relative).string();
-            ports.push_back(std::move(port));
+            view.ports.push_back(std::move(port));
         }
-        ports[it->second].nodes.push_back(readNode(found, order));
+        RomPort& port = view.ports[it->second];
+        if (port.nodes.size() == MaxNodes) {
+            view.notes.push_back(found.name + ": not read; port " + std::to_string(it->second) +
+                                 " (" + port.text + ") already holds " + std::to_string(MaxNodes) +
+                                 " nodes, the most a port has");
+            continue;
+        }
+        port.nodes.push_back(readNode(found, order));
     }
-    return ports;
+    return view;
 }
 
 } // namespace lib1394

@@ -70,6 +70,14 @@ TEST(ImageFile, BadContentsGiveAnErrorNamingTheFile) {
         {"# only a comment\n// and another\n", "holds no quadlets"},
         {repeated("0 ", 257), "more than 256 quadlets"},
         {std::string("\x34\x39\x33\x31\x34\x39\x33\x31\x00", 9), "not a whole number"},
+        {"\xEF\xBB\xBF"
+         "04041234\n",
+         "begins with a byte-order mark"},
+        {"\xFF\xFE"
+         "0\x00"
+         "4\x00",
+         "begins with a byte-order mark"},
+        {std::string("04041234\x00\n", 10), "holds a NUL byte at byte 8"},
     };
     for (const auto& [content, expected] : cases) {
         const auto image = decodeImage("some/file.rom", content);
@@ -77,6 +85,12 @@ TEST(ImageFile, BadContentsGiveAnErrorNamingTheFile) {
         EXPECT_EQ(image.error.rfind("some/file.rom: ", 0), 0u) << image.error;
         EXPECT_NE(image.error.find(expected), std::string::npos) << image.error;
     }
+    // A ROM whose first bytes happen to spell a byte-order mark is known by its bus name, and a
+    // ROM of zeros (a failed dump) holds no hex digit: both are binary images.
+    std::vector<uint8_t> markLike = romBytes;
+    markLike[0] = 0xEF, markLike[1] = 0xBB, markLike[2] = 0xBF;
+    EXPECT_EQ(decodeImage("mark.bin", std::string(markLike.begin(), markLike.end())).rom, markLike);
+    EXPECT_EQ(decodeImage("zero.bin", std::string(64, '\0')).rom.size(), 64u);
     // Exactly 1024 bytes and exactly 256 quadlets are whole ROMs.
     EXPECT_TRUE(decodeImage("full.bin", std::string(1024, '\x01')).ok());
     EXPECT_EQ(decodeImage("full.txt", repeated("ffffffff\n", 256)).rom.size(), 1024u);

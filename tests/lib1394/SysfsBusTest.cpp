@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 namespace {
 
@@ -37,6 +38,12 @@ std::string hostQuadlets(std::initializer_list<uint32_t> quadlets) {
     return bytes;
 }
 
+// One quadlet of hostQuadlets as read back when config_rom is named big-endian: as stored.
+std::vector<uint8_t> hostBytes(uint32_t quadlet) {
+    const std::string bytes = hostQuadlets({quadlet});
+    return std::vector<uint8_t>(bytes.begin(), bytes.end());
+}
+
 TEST(SysfsBus, PortsFollowControllersAndTheirLowestNodeNumber) {
     SysfsTree tree;
     // Controller "b" holds fw1 and so comes first, although "a" sorts before it by name.
@@ -47,7 +54,8 @@ TEST(SysfsBus, PortsFollowControllersAndTheirLowestNodeNumber) {
     tree.add("pci/b/fw1", "fw1.0", "", ""); // a unit device, not a node
     fs::create_directories(tree.root / "bus/firewire/devices/firewire0");
 
-    const auto ports = lib1394::SysfsBus::readPorts(tree.root.string(), lib1394::ByteOrder::Little);
+    const auto ports =
+        lib1394::SysfsBus::read(tree.root.string(), lib1394::ByteOrder::Little).ports;
     ASSERT_EQ(ports.size(), 2u);
     EXPECT_EQ(ports[0].text, "devices/pci/b");
     const auto labels = [](const lib1394::RomPort& port) {
@@ -73,7 +81,7 @@ TEST(SysfsBus, NodesWithoutAReadableRomAreNotAccessible) {
     fs::remove(folder / "config_rom");
     tree.add("pci/a", "fw3", hostQuadlets({0x04041234}) + "\xAA", "");
 
-    const auto ports = lib1394::SysfsBus::readPorts(tree.root.string(), lib1394::ByteOrder::Big);
+    const auto ports = lib1394::SysfsBus::read(tree.root.string(), lib1394::ByteOrder::Big).ports;
     const auto& nodes = ports.at(0).nodes;
     ASSERT_EQ(nodes.size(), 4u);
     EXPECT_FALSE(nodes[0].accessible);
@@ -83,6 +91,55 @@ TEST(SysfsBus, NodesWithoutAReadableRomAreNotAccessible) {
     EXPECT_FALSE(nodes[2].accessible);
     // Named big-endian: bytes as stored; the part of a quadlet at the end is dropped.
     EXPECT_EQ(nodes[3].rom, (std::vector<uint8_t>{0x34, 0x12, 0x04, 0x04}));
+}
+
+TEST(SysfsBus, NamesStayAsTheyAreAndAPortHoldsAtMost63Nodes) {
+    SysfsTree tree;
+    // 65 nodes on one controller, numbered 0 to 63 and then one past 32 bits.
+    for (unsigned n = 0; n < 64; ++n)
+        tree.add("pci/a", "fw" + std::to_string(n), hostQuadlets({n}), "");
+    tree.add("pci/a", "fw4294967296", hostQuadlets({0xBAD}), "");
+    const auto view = lib1394::SysfsBus::read(tree.root.string(), lib1394::ByteOrder::Big);
+    ASSERT_EQ(view.ports.size(), 1u);
+    const auto& nodes = view.ports[0].nodes;
+    ASSERT_EQ(nodes.size(), 63u);
+    EXPECT_EQ(nodes[62].label, "fw62");
+    EXPECT_EQ(nodes[62].rom, hostBytes(62));
+    ASSERT_EQ(view.notes.size(), 2u);
+    EXPECT_EQ(
+        view.notes[0].rfind("fw63: not read; port 0 (devices/pci/a) already holds 63 nodes", 0),
+        0u);
+    EXPECT_EQ(view.notes[1].rfind("fw4294967296: not read", 0), 0u);
+}
+
+TEST(SysfsBus, WhatIsNotARegularFileOrAFolderIsNotedNeverRead) {
+    SysfsTree tree;
+    const fs::path fifoRom = tree.add("pci/a", "fw0", "", "0x1");
+    fs::remove(fifoRom / "config_rom");
+    ASSERT_EQ(mkfifo((fifoRom / "config_rom").c_str(), 0600), 0);
+    const fs::path fifoGuid = tree.add("pci/a", "fw1", hostQuadlets({0x04041234}), "");
+    ASSERT_EQ(mkfifo((fifoGuid / "guid").c_str(), 0600), 0);
+    tree.add("pci/a", "fw2", std::string(1028, '\x11'), "0x2");
+    const fs::path links = tree.root / "bus/firewire/devices";
+    fs::create_directory_symlink("../../../devices/pci/gone", links / "fw3");
+    std::ofstream(links / "fw4") << "a plain file\n";
+
+    const auto view = lib1394::SysfsBus::read(tree.root.string(), lib1394::ByteOrder::Big);
+    ASSERT_EQ(view.ports.size(), 1u);
+    const auto& nodes = view.ports[0].nodes;
+    ASSERT_EQ(nodes.size(), 3u);
+    EXPECT_FALSE(nodes[0].accessible);
+    EXPECT_EQ(nodes[0].notes, std::vector<std::string>{"config_rom is a FIFO, not a regular file"});
+    EXPECT_TRUE(nodes[1].accessible);
+    EXPECT_EQ(nodes[1].guid, 0u);
+    EXPECT_EQ(nodes[1].notes, std::vector<std::string>{"guid is a FIFO, not a regular file"});
+    EXPECT_EQ(nodes[2].rom.size(), lib1394::MaxRomSize);
+    ASSERT_EQ(nodes[2].notes.size(), 1u);
+    EXPECT_EQ(nodes[2].notes[0].rfind("config_rom holds more than 1024 bytes", 0), 0u);
+    EXPECT_EQ(view.notes,
+              (std::vector<std::string>{
+                  "fw3: a link that leads to no device folder in bus/firewire/devices; skipped",
+                  "fw4: not a link to a device folder in bus/firewire/devices; skipped"}));
 }
 
 } // namespace

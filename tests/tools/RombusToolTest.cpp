@@ -4,8 +4,10 @@
 #include <nlohmann/json.hpp>
 
 #include "rombus_support/HostileRoms.h"
+#include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <algorithm>
@@ -239,12 +241,22 @@ TEST_F(RombusTool, TwoNodesOfOneUniqueIdKeepTheirOwnTrees) {
 
 TEST_F(RombusTool, BadInputNamesTheFileAndExitsWith2) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
+    const std::string fifo = (folder_.path() / "fifo.rom").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const std::pair<std::string, std::string> cases[] = {
         {write("empty.rom", ""), "the file is empty"},
         {write("huge.rom", std::string(1100, '\x02')), "1100 bytes, more than the 1024 bytes"},
+        {write("vast.rom", std::string((1 << 20) + 1, '0')), "is larger than 1048576 bytes"},
         {write("typo.txt", "04041234 31333934\nE06480g2\n"), "line 2: \"E06480g2\" is not"},
+        {write("bom.txt", "\xEF\xBB\xBF"
+                          "04041234 31333934\n"),
+         "begins with a byte-order mark"},
+        {write("nul.txt", std::string("04041234\n\0\n31333934\n", 20)),
+         "holds a NUL byte at byte 9"},
         {(folder_.path() / "missing.rom").string(), "cannot be opened"},
-        {folder_.path().string(), "is a directory"},
+        {folder_.path().string(), "is a folder, not a file"},
+        {fifo, "is a FIFO, not a regular file"},
+        {"/dev/null", "is a character device, not a regular file"},
     };
     for (const auto& [path, message] : cases) {
         const Outcome alone = rombus("check " + path);
@@ -295,6 +307,66 @@ TEST_F(RombusTool, HelpDocumentsEveryOptionTheRegistryAndTheExitStatuses) {
     const Outcome version = rombus("--version");
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.out.rfind("rombus ", 0), 0u);
+}
+
+TEST_F(RombusTool, WhatIsNotARegularFileIsNamedAndNothingBlocks) {
+    const std::string fifo = (folder_.path() / "fifo").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::pair<std::string, std::string> refused[] = {
+        {"scan --sysfs " + sample + " --registry " + fifo,
+         fifo + ": the vendor registry is a FIFO"},
+        {"registry import --from " + fifo, fifo + ": is a FIFO, not a regular file"},
+        {"registry import --from /dev/zero", "/dev/zero: is a character device"},
+    };
+    for (const auto& [arguments, message] : refused) {
+        const Outcome run = rombus(arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_THAT(run.err, HasSubstr(message));
+    }
+
+    // A bus whose second node's config_rom is a FIFO and whose third link leads nowhere.
+    const rombus_test::SysfsTree tree(folder_.path() / "sysfs");
+    const fs::path good = tree.add("pci/a", "fw0");
+    fs::copy_file(sampleDisk, good / "config_rom");
+    const fs::path blocked = tree.add("pci/a", "fw1");
+    ASSERT_EQ(mkfifo((blocked / "config_rom").c_str(), 0600), 0);
+    fs::create_directory_symlink("../../../devices/pci/a/gone",
+                                 tree.root() / "bus/firewire/devices/fw2");
+    const std::string scan = "scan --sysfs " + tree.root().string();
+    const Outcome run = registered(scan);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("    Note: config_rom is a FIFO, not a regular file\n"));
+    EXPECT_THAT(run.out, HasSubstr("Notes on the bus:\n  fw2: a link that leads to no device"));
+    EXPECT_THAT(run.out, HasSubstr("2 nodes: 1 without problems, 1 not accessible"));
+    const json report = rombusJson(scan, 1);
+    EXPECT_EQ(report["nodes"][0]["notes"], json::array());
+    EXPECT_EQ(report["nodes"][1]["notes"][0], "config_rom is a FIFO, not a regular file");
+    EXPECT_EQ(report["notes"].size(), 1u);
+}
+
+TEST_F(RombusTool, AReportThatCannotBeWrittenIsAFailure) {
+    const std::string disk = write("disk.le", readAll(sampleDisk));
+    const fs::path err = folder_.path() / "stderr";
+    for (const std::string& arguments : {"check " + disk, std::string("registry import")}) {
+        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
+                                    " --registry " + registry_ + " >/dev/full 2>'" + err.string() +
+                                    "'";
+        const int raw = std::system(command.c_str());
+        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
+        EXPECT_THAT(readAll(err), HasSubstr("standard output cannot be written: No space left"));
+    }
+}
+
+TEST_F(RombusTool, FileNamesAreShownEscapedWhateverBytesTheyHold) {
+    const std::string odd = write("odd\xFF\nname\xC3\xA9.rom", readAll(sampleDisk));
+    const Outcome run = registered("check '" + odd + "'");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("/odd\\xFF\\x0Aname\xC3\xA9"));
+    EXPECT_EQ(run.out.find('\xFF'), std::string::npos);
+    const Outcome missing = registered("check '" + odd + ".gone'");
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_THAT(missing.err, HasSubstr("odd\\xFF\\x0Aname\xC3\xA9.rom.gone: cannot be opened"));
+    EXPECT_EQ(missing.err.find('\xFF'), std::string::npos);
 }
 
 TEST_F(RombusTool, RegistryImportWritesTheModulesFormat) {

@@ -83,6 +83,7 @@ Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settin
     lib1394::ConfigROMContext::installBus(bus);
 
     scan.ports = bus->ports();
+    scan.notes = bus->notes();
     vesk5::SysInfoModule::reset();
     vesk5::DiagModule::clearReports();
     lib1394::ConfigROMContext::clearExhaustedNodes();
@@ -95,6 +96,16 @@ Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settin
     zul::LogFactory::setSink(nullptr);
     lib1394::ConfigROMContext::installBus(nullptr);
     return scan;
+}
+
+const std::vector<std::string>& nodeNotes(const Scan& scan, size_t node) {
+    static const std::vector<std::string> none;
+    for (const lib1394::RomPort& port : scan.ports) {
+        if (node < port.nodes.size())
+            return port.nodes[node].notes;
+        node -= port.nodes.size();
+    }
+    return none;
 }
 
 bool hasProblems(const Scan& scan) {

@@ -29,12 +29,17 @@ struct Scan {
     // What reading that node ran out of, if it did: the reads or the entries one node may make.
     std::vector<std::optional<lib1394::Budget>> nodeExhausted;
     std::vector<vesk5::DiagModule::Report> reports;
-    // What the bus knows of its ports and nodes beyond the module's view: folders, file names.
+    // What the bus knows of its ports and nodes beyond the module's view: folders, file names,
+    // notes per node; and what it skipped or could not take as it stood.
     std::vector<lib1394::RomPort> ports;
+    std::vector<std::string> notes;
 };
 
 // Installs the bus, sets the module's parameters and the log gate, and enumerates every node.
 Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
+
+// The bus's own notes on the node at a place of the enumeration (empty when there are none).
+const std::vector<std::string>& nodeNotes(const Scan& scan, size_t node);
 
 // Whether any node has a problem record or could not be read.
 bool hasProblems(const Scan& scan);

@@ -38,7 +38,8 @@ json stop(const std::optional<lib1394::Budget>& spent) {
     return {{"budget", "entries"}, {"limit", lib1394::ConfigROMContext::entryBudget()}};
 }
 
-json node(const libRombus::lib1394_enum_log& node, const std::optional<lib1394::Budget>& spent) {
+json node(const libRombus::lib1394_enum_log& node, const std::optional<lib1394::Budget>& spent,
+          const std::vector<std::string>& notes) {
     json messages = json::array();
     for (const auto& record : node.messages)
         messages.push_back(
@@ -46,7 +47,8 @@ json node(const libRombus::lib1394_enum_log& node, const std::optional<lib1394::
              {"text", record.message.isEmpty() ? std::string() : record.message->text().str()}});
     return {{"locator", node.locator.str()},
             {"messages", std::move(messages)},
-            {"readingStopped", stop(spent)}};
+            {"readingStopped", stop(spent)},
+            {"notes", notes}};
 }
 
 const char* severityName(vesk5::DiagModule::Severity severity) {
@@ -68,7 +70,7 @@ json jsonReport(const Scan& scan) {
         devices.push_back(device(each));
     json nodes = json::array();
     for (size_t i = 0; i < scan.nodes.size(); ++i)
-        nodes.push_back(node(scan.nodes[i], scan.nodeExhausted[i]));
+        nodes.push_back(node(scan.nodes[i], scan.nodeExhausted[i], nodeNotes(scan, i)));
     json reports = json::array();
     for (const auto& report : scan.reports)
         reports.push_back({{"severity", severityName(report.severity)},
@@ -77,7 +79,8 @@ json jsonReport(const Scan& scan) {
     return {{"result", scan.result},
             {"devices", std::move(devices)},
             {"nodes", std::move(nodes)},
-            {"reports", std::move(reports)}};
+            {"reports", std::move(reports)},
+            {"notes", scan.notes}};
 }
 
 std::string jsonText(const json& report) {

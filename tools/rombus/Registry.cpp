@@ -1,9 +1,11 @@
 #include "Registry.h"
 
+#include "lib1394/RegularFile.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
+
 #include <sstream>
 
 namespace rombus {
@@ -66,6 +68,9 @@ std::string trim(const std::string& text) {
         return std::string();
     return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
 }
+
+// ieee-data's oui.txt is about 5 MB; anything far larger is not an IEEE registry.
+constexpr size_t MaxIeeeRegistrySize = 64 << 20;
 
 // oui.txt: "002272     (base 16)\t\tAmerican Micro-Fuel Device Corp." among address lines.
 std::vector<RegistryEntry> parseText(const std::string& content) {
@@ -137,19 +142,12 @@ std::vector<RegistryEntry> parseIeeeRegistry(const std::string& content) {
 
 bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entries,
                       std::string& error) {
-    std::error_code fsError;
-    std::ifstream in(path, std::ios::binary);
-    if (fs::is_directory(path, fsError) || !in) {
-        error = path + ": cannot be opened";
+    const lib1394::RegularFile file = lib1394::readRegularFile(path, MaxIeeeRegistrySize);
+    if (!file.ok()) {
+        error = path + ": " + file.error;
         return false;
     }
-    std::ostringstream content;
-    content << in.rdbuf();
-    if (in.bad()) {
-        error = path + ": cannot be read";
-        return false;
-    }
-    entries = parseIeeeRegistry(content.str());
+    entries = parseIeeeRegistry(file.content);
     if (entries.empty()) {
         error = path + ": holds no company identifier (expected ieee-data's oui.txt or oui.csv)";
         return false;

@@ -174,6 +174,7 @@ public:
         for (size_t root : tree_.roots)
             printDevice(root, 0);
         printReports();
+        printNotes();
         printSummary();
     }
 
@@ -218,6 +219,8 @@ private:
             head += "  " + escaped(nodeLabels_[nodes_], false);
         head += "  " + std::string(device.hwLocator().c_str());
         out_ << wrapped(head, indent, indent + 2 * Step);
+        for (const std::string& note : nodeNotes(scan_, nodes_))
+            out_ << wrapped("Note: " + escaped(note, false), indent + Step, indent + 3 * Step);
     }
 
     void printNodeProblems(const vesk5::SysInfoDevice& device, size_t indent) {
@@ -271,6 +274,14 @@ private:
                                      report.event.c_str() + ": " + report.text.str();
             out_ << wrapped(escaped(text, false), Step, 2 * Step);
         }
+    }
+
+    void printNotes() {
+        if (scan_.notes.empty())
+            return;
+        out_ << "Notes on the bus:\n";
+        for (const std::string& note : scan_.notes)
+            out_ << wrapped(escaped(note, false), Step, 2 * Step);
     }
 
     void printSummary() {

@@ -6,12 +6,15 @@
 #include "Registry.h"
 #include "TextReport.h"
 #include "lib1394/ImageFile.h"
+#include "lib1394/RegularFile.h"
 #include "lib1394/SysfsBus.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 
 namespace {
 
@@ -28,8 +31,10 @@ bool chooseRegistry(const Options& options, std::string& path) {
     std::error_code error;
     if (!options.registry.empty()) {
         path = options.registry;
-        if (fs::is_directory(path, error) || !std::ifstream(path)) {
-            complain(path + ": the vendor registry cannot be read");
+        // The module opens the registry for every lookup: a FIFO or a device would block it.
+        const std::string reason = lib1394::notRegularFile(path);
+        if (!reason.empty()) {
+            complain(path + ": the vendor registry " + reason);
             return false;
         }
         return true;
@@ -43,12 +48,23 @@ bool chooseRegistry(const Options& options, std::string& path) {
     return true;
 }
 
+// Writes the whole text to standard output; false, with a message, when it cannot (a full
+// disk, a closed pipe): a report that did not arrive must not pass for a clean one.
+bool writeOut(const std::string& text) {
+    errno = 0;
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                         std::fflush(stdout) == 0;
+    if (!written)
+        complain(std::string("standard output cannot be written: ") +
+                 (errno ? std::strerror(errno) : "unknown error"));
+    return written;
+}
+
 int report(const Scan& scan, const Options& options, const std::string& emptyText) {
-    if (options.format == Format::Json)
-        std::cout << jsonText(jsonReport(scan));
-    else
-        std::cout << textReport(scan, emptyText);
-    std::cout.flush();
+    const std::string text = options.format == Format::Json ? jsonText(jsonReport(scan))
+                                                            : textReport(scan, emptyText);
+    if (!writeOut(text))
+        return ExitUsage;
     return hasProblems(scan) ? ExitProblems : ExitClean;
 }
 
@@ -108,10 +124,8 @@ int runImport(const Options& options) {
         return ExitUsage;
     }
     const std::string registry = formatRegistry(std::move(entries));
-    if (options.importTo.empty()) {
-        std::cout << registry;
-        return std::cout.flush() ? ExitClean : ExitUsage;
-    }
+    if (options.importTo.empty())
+        return writeOut(registry) ? ExitClean : ExitUsage;
     std::error_code fsError;
     const fs::path parent = fs::path(options.importTo).parent_path();
     if (!parent.empty())
@@ -129,6 +143,8 @@ int runImport(const Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
+    // A closed pipe is a failed write, told as such, not a silent death.
+    std::signal(SIGPIPE, SIG_IGN);
     Options options;
     const int status = parseOptions(argc, argv, options);
     if (status >= 0)
