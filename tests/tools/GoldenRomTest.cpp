@@ -1,0 +1,67 @@
+// Every ROM of tests/roms, typed from a layout published in a standard, read by the built tool:
+// its JSON report must be the one reviewed and kept beside it. Adding a ROM is adding NAME.hex
+// (hex text that says where its layout comes from) and NAME.json (its reviewed report, made with
+// the registry of the folder).
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "rombus_support/TestFolder.h"
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path roms = ROMBUS_SOURCE_DIR "/tests/roms";
+
+std::string readAll(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+TEST(GoldenRoms, EveryRomGivesItsReviewedReport) {
+    const rombus_test::TestFolder folder;
+    size_t checked = 0;
+    for (const auto& entry : fs::directory_iterator(roms)) {
+        const fs::path rom = entry.path();
+        if (rom.extension() != ".hex")
+            continue;
+        SCOPED_TRACE(rom.filename().string());
+        const std::string text = readAll(rom);
+        EXPECT_EQ(text.rfind("# ", 0), 0u) << "the ROM does not begin by saying where it is from";
+        fs::path expected = rom;
+        expected.replace_extension(".json");
+        ASSERT_TRUE(fs::exists(expected));
+
+        const fs::path out = folder.path() / "report.json";
+        const std::string command = std::string("'") + ROMBUS_BINARY + "' --format json check '" +
+                                    rom.string() + "' --registry '" +
+                                    (roms / "registry.txt").string() + "' >'" + out.string() +
+                                    "' 2>/dev/null";
+        const int raw = std::system(command.c_str());
+        ASSERT_TRUE(WIFEXITED(raw));
+        const nlohmann::json report = nlohmann::json::parse(readAll(out));
+        EXPECT_EQ(WEXITSTATUS(raw), report["nodes"][0]["messages"].empty() ? 0 : 1);
+        EXPECT_EQ(report, nlohmann::json::parse(readAll(expected)));
+        ++checked;
+    }
+    EXPECT_GE(checked, 5u);
+}
+
+TEST(GoldenRoms, EveryReportHasItsRom) {
+    for (const auto& entry : fs::directory_iterator(roms)) {
+        fs::path rom = entry.path();
+        if (rom.extension() == ".json")
+            EXPECT_TRUE(fs::exists(rom.replace_extension(".hex"))) << rom;
+    }
+}
+
+} // namespace
