@@ -24,6 +24,11 @@ struct RomNode {
     std::string label;
     // What the bus could not take as it stood (a file that is not regular, a ROM cut short).
     std::vector<std::string> notes;
+    // What the operating system says of the node beside its ROM, where it says it: its vendor and
+    // model names, and per unit (fwN.M, by M) the driver bound to it, empty when none is.
+    std::string vendorName;
+    std::string modelName;
+    std::vector<std::string> unitDrivers;
 };
 
 struct RomPort {

@@ -89,10 +89,45 @@ uint64_t readGuid(const fs::path& folder, RomNode& node) {
     return end != file.content.c_str() ? guid : 0;
 }
 
+// A short text attribute of a device folder, without its line break; empty when it is missing
+// or not a regular file.
+std::string readAttribute(const fs::path& file) {
+    std::string text = readRegularFile(file.string(), 256, true).content;
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+        text.pop_back();
+    return text;
+}
+
+// The drivers bound to the unit devices fwN.M of a node, by M: the name of the folder its
+// driver link leads to.
+std::vector<std::string> unitDrivers(const FoundNode& found) {
+    std::vector<std::string> drivers;
+    const std::string prefix = found.name + ".";
+    std::error_code error;
+    for (fs::directory_iterator it(found.folder, error), end; !error && it != end;
+         it.increment(error)) {
+        const std::string name = it->path().filename().string();
+        const std::string digits = name.rfind(prefix, 0) == 0 ? name.substr(prefix.size()) : "";
+        if (digits.empty() || digits.size() > 3 ||
+            digits.find_first_not_of("0123456789") != std::string::npos)
+            continue;
+        const size_t unit = std::stoul(digits);
+        std::error_code linkError;
+        const fs::path driver = fs::read_symlink(it->path() / "driver", linkError);
+        if (drivers.size() <= unit)
+            drivers.resize(unit + 1);
+        drivers[unit] = linkError ? std::string() : driver.filename().string();
+    }
+    return drivers;
+}
+
 RomNode readNode(const FoundNode& found, ByteOrder order) {
     RomNode node;
     node.label = found.name;
     node.guid = readGuid(found.folder, node);
+    node.vendorName = readAttribute(found.folder / "vendor_name");
+    node.modelName = readAttribute(found.folder / "model_name");
+    node.unitDrivers = unitDrivers(found);
     const RegularFile file =
         readRegularFile((found.folder / "config_rom").string(), MaxRomSize, true);
     if (!file.ok()) {

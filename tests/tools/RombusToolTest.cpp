@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ReportSchema.h"
 #include "rombus_support/HostileRoms.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
@@ -56,6 +57,13 @@ std::string hexLines(const std::vector<uint32_t>& quadlets) {
     return text;
 }
 
+// A report without the nodes' sources (file names), to compare reports of different files.
+json withoutSources(json report) {
+    for (json& node : report["nodes"])
+        node.erase("source");
+    return report;
+}
+
 std::string asBytes(const std::vector<uint8_t>& image) {
     return std::string(image.begin(), image.end());
 }
@@ -100,9 +108,11 @@ protected:
         return rombus(arguments + " --registry " + registry_);
     }
 
+    // The report as JSON, checked against the report's schema.
     json rombusJson(const std::string& arguments, int expectedStatus) {
         const Outcome run = registered(arguments + " --format json");
         EXPECT_EQ(run.status, expectedStatus) << run.err;
+        rombus_test::expectValidReport(write("report.json", run.out));
         return json::parse(run.out);
     }
 
@@ -194,12 +204,14 @@ TEST_F(RombusTool, ImagesInAllThreeFormsGiveIdenticalResults) {
         for (size_t byte = i; byte < i + 4; ++byte)
             quadlets[i / 4] = quadlets[i / 4] << 8 | uint8_t(big[byte]);
     }
-    const json fromBig = rombusJson("check " + write("disk.bin", big), 0);
-    EXPECT_EQ(fromBig, rombusJson("check " + write("disk.le", little), 0));
-    EXPECT_EQ(fromBig, rombusJson("check " + write("disk.txt", hexLines(quadlets)), 0));
+    const json fromBig = withoutSources(rombusJson("check " + write("disk.bin", big), 0));
+    EXPECT_EQ(fromBig, withoutSources(rombusJson("check " + write("disk.le", little), 0)));
+    EXPECT_EQ(fromBig,
+              withoutSources(rombusJson("check " + write("disk.txt", hexLines(quadlets)), 0)));
     EXPECT_EQ(fromBig["nodes"][0]["locator"], "IEEE1394NODE:0:0030e00000000001h");
     // Named byte orders: le on the bus-order image breaks its signature, be keeps it.
-    EXPECT_EQ(rombusJson("check --byte-order be " + write("b.bin", big), 0), fromBig);
+    EXPECT_EQ(withoutSources(rombusJson("check --byte-order be " + write("b.bin", big), 0)),
+              fromBig);
     const json wrong = rombusJson("check --byte-order le " + write("w.bin", big), 1);
     EXPECT_THAT(messagesOf(wrong["nodes"][0]), HasSubstr("signature mismatch"));
 }
@@ -267,6 +279,7 @@ TEST_F(RombusTool, BadInputNamesTheFileAndExitsWith2) {
             registered("check " + disk + " " + path + " " + disk + " --format json");
         EXPECT_EQ(mixed.status, 2);
         EXPECT_THAT(mixed.err, HasSubstr(path));
+        rombus_test::expectValidReport(write("mixed.json", mixed.out));
         const json report = json::parse(mixed.out);
         EXPECT_EQ(report["nodes"].size(), 2u);
         EXPECT_TRUE(report["nodes"][1]["messages"].empty());
@@ -395,6 +408,7 @@ TEST_F(RombusTool, WithoutRegistryTheOneBuiltFromIeeeDataNamesTheVendors) {
         GTEST_SKIP() << "no registry was built (ieee-data missing)";
     const Outcome run = rombus("scan --format json --sysfs " + sample);
     EXPECT_EQ(run.status, 1);
+    rombus_test::expectValidReport(write("report.json", run.out));
     const json vendor =
         findDevice(json::parse(run.out), "0x0800280000001394:IMMEDIATE@fffff0000418");
     EXPECT_EQ(vendor["properties"]["VendorName"], "Texas Instruments");

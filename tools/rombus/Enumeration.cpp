@@ -98,20 +98,35 @@ Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settin
     return scan;
 }
 
-const std::vector<std::string>& nodeNotes(const Scan& scan, size_t node) {
-    static const std::vector<std::string> none;
+const lib1394::RomNode* romNodeOf(const Scan& scan, size_t node) {
     for (const lib1394::RomPort& port : scan.ports) {
         if (node < port.nodes.size())
-            return port.nodes[node].notes;
+            return &port.nodes[node];
         node -= port.nodes.size();
     }
-    return none;
+    return nullptr;
+}
+
+NodeStatus nodeStatus(const Scan& scan, size_t node) {
+    const lib1394::RomNode* rom = romNodeOf(scan, node);
+    if (rom && !rom->accessible)
+        return NodeStatus::NotAccessible;
+    if (scan.nodeExhausted[node])
+        return NodeStatus::OutOfReads;
+    if (!scan.nodes[node].messages.isEmpty())
+        return NodeStatus::Problems;
+    return scan.nodeFailed[node] ? NodeStatus::ReadFailed : NodeStatus::Ok;
+}
+
+const char* statusName(NodeStatus status) {
+    static const char* const names[] = {"ok", "problems", "read failed", "out of reads",
+                                        "not accessible"};
+    return names[static_cast<int>(status)];
 }
 
 bool hasProblems(const Scan& scan) {
     for (size_t i = 0; i < scan.nodes.size(); ++i)
-        if (!scan.nodes[i].messages.isEmpty() || scan.nodeFailed[i] ||
-            scan.nodeExhausted[i].has_value())
+        if (nodeStatus(scan, i) != NodeStatus::Ok)
             return true;
     return false;
 }

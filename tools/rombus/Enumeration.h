@@ -38,8 +38,16 @@ struct Scan {
 // Installs the bus, sets the module's parameters and the log gate, and enumerates every node.
 Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
 
-// The bus's own notes on the node at a place of the enumeration (empty when there are none).
-const std::vector<std::string>& nodeNotes(const Scan& scan, size_t node);
+// What the bus knows of the node at a place of the enumeration, or null.
+const lib1394::RomNode* romNodeOf(const Scan& scan, size_t node);
+
+// The outcome of one node's reading, in the order it is decided: a ROM that is not accessible,
+// a reading that ran out of its budget, problem records, a reading that failed without a record.
+enum class NodeStatus { Ok, Problems, ReadFailed, OutOfReads, NotAccessible };
+
+NodeStatus nodeStatus(const Scan& scan, size_t node);
+// "ok", "problems", "read failed", "out of reads", "not accessible".
+const char* statusName(NodeStatus status);
 
 // Whether any node has a problem record or could not be read.
 bool hasProblems(const Scan& scan);

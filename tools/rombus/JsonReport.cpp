@@ -1,5 +1,12 @@
 #include "JsonReport.h"
 
+#include "RomWalk.h"
+#include "libRombus/Lib1394Util.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
 namespace rombus {
 namespace {
 
@@ -38,17 +45,142 @@ json stop(const std::optional<lib1394::Budget>& spent) {
     return {{"budget", "entries"}, {"limit", lib1394::ConfigROMContext::entryBudget()}};
 }
 
-json node(const libRombus::lib1394_enum_log& node, const std::optional<lib1394::Budget>& spent,
-          const std::vector<std::string>& notes) {
-    json messages = json::array();
-    for (const auto& record : node.messages)
-        messages.push_back(
+json variables(const vesk5::Variables& set) {
+    json out = json::object();
+    for (const auto& [name, value] : set.all())
+        out[name.zulString().str()] = propertyValue(value);
+    return out;
+}
+
+json messages(const libRombus::Messages& records) {
+    static const char* const levelNames[] = {"progress", "warning", "error"};
+    json out = json::array();
+    for (const auto& record : records) {
+        const bool empty = record.message.isEmpty();
+        out.push_back(
             {{"level", record.level},
-             {"text", record.message.isEmpty() ? std::string() : record.message->text().str()}});
-    return {{"locator", node.locator.str()},
-            {"messages", std::move(messages)},
-            {"readingStopped", stop(spent)},
-            {"notes", notes}};
+             {"levelName", levelNames[std::min<uint32_t>(record.level, 2)]},
+             {"id", empty ? std::string() : record.message->id().zulString().str()},
+             {"text", empty ? std::string() : record.message->text().str()},
+             {"variables", empty ? json::object() : variables(record.message->variables())}});
+    }
+    return out;
+}
+
+json textOrNull(const std::string& text) {
+    return text.empty() ? json(nullptr) : json(text);
+}
+
+json busOptions(const std::vector<uint8_t>& rom) {
+    const auto options = decode::busOptionsOf(rom);
+    if (!options)
+        return nullptr;
+    return {{"irmc", options->irmc},
+            {"cmc", options->cmc},
+            {"isc", options->isc},
+            {"bmc", options->bmc},
+            {"pmc", options->pmc},
+            {"cycClkAcc", options->cycClkAcc},
+            {"maxRec", options->maxRec},
+            {"maxRom", options->maxRom},
+            {"generation", options->generation},
+            {"linkSpeed", options->linkSpeed}};
+}
+
+json units(const lib1394::RomNode& node) {
+    json out = json::array();
+    const auto found = decode::unitsOf(node.rom);
+    for (size_t i = 0; i < found.size(); ++i) {
+        const decode::UnitIds& unit = found[i];
+        out.push_back({{"directory", unit.directory},
+                       {"vendorId", unit.vendor},
+                       {"modelId", unit.model},
+                       {"specifierId", unit.specifier},
+                       {"version", unit.version},
+                       {"modalias", decode::modalias(unit)},
+                       {"driver", i < node.unitDrivers.size() ? textOrNull(node.unitDrivers[i])
+                                                              : json(nullptr)}});
+    }
+    return out;
+}
+
+// The module's devices of one node by their locators, to name what it published for an entry.
+class NodeDevices {
+public:
+    NodeDevices(const Scan& scan, unsigned port, uint64_t guid) {
+        char prefix[64];
+        std::snprintf(prefix, sizeof prefix, "IEEE1394NODE:%u:0x%016llx:", port,
+                      static_cast<unsigned long long>(guid));
+        prefix_ = prefix;
+        for (const auto& device : scan.devices) {
+            const std::string& locator = device.hwLocator().zulString().str();
+            if (locator.rfind(prefix_, 0) == 0)
+                byLocator_.emplace(locator.substr(prefix_.size()), &device);
+        }
+    }
+
+    // The text of a property of the device published at "WORD@address", or null.
+    json property(const char* word, uint32_t offset, const char* name) const {
+        char at[48];
+        std::snprintf(at, sizeof at, "%s@%llx", word,
+                      static_cast<unsigned long long>(RomBase + offset));
+        const auto found = byLocator_.find(at);
+        const auto* value = found == byLocator_.end() ? nullptr : found->second->findProperty(name);
+        return value ? json(value->value.valueString().zulString().str()) : json(nullptr);
+    }
+
+private:
+    static constexpr uint64_t RomBase = 0xFFFFF0000400ull;
+    std::string prefix_;
+    std::map<std::string, const vesk5::SysInfoDevice*> byLocator_;
+};
+
+json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devices) {
+    static const char* const types[] = {"immediate", "csr offset", "leaf", "directory"};
+    json out = json::array();
+    for (const decode::RomEntry& entry : found) {
+        const lib1394::cr_key_value_t key = {
+            entry.key,
+            {uint8_t(entry.value >> 16), uint8_t(entry.value >> 8), uint8_t(entry.value)}};
+        json vendor = nullptr;
+        if (entry.type() == 0)
+            vendor = devices.property("IMMEDIATE", entry.offset, "VendorName");
+        out.push_back({{"offset", entry.offset},
+                       {"key", entry.key},
+                       {"type", types[entry.type()]},
+                       {"keyId", entry.keyId()},
+                       {"name", libRombus::Lib1394Util::getEntryString(key).str()},
+                       {"value", entry.value},
+                       {"target", entry.target ? json(*entry.target) : json(nullptr)},
+                       {"repeated", entry.repeated},
+                       {"text", entry.text ? json(*entry.text) : json(nullptr)},
+                       {"vendorName", vendor},
+                       {"children", entries(entry.children, devices)}});
+    }
+    return out;
+}
+
+json node(const Scan& scan, size_t index, unsigned port) {
+    const libRombus::lib1394_enum_log& record = scan.nodes[index];
+    const lib1394::RomNode* rom = romNodeOf(scan, index);
+    const lib1394::RomNode none;
+    const lib1394::RomNode& bus = rom ? *rom : none;
+    char guid[24];
+    std::snprintf(guid, sizeof guid, "%016llx", static_cast<unsigned long long>(bus.guid));
+    return {
+        {"locator", record.locator.str()},
+        {"source", bus.label},
+        {"port", port},
+        {"status", statusName(nodeStatus(scan, index))},
+        {"guid", guid},
+        {"busOptions", busOptions(bus.rom)},
+        {"messages", messages(record.messages)},
+        {"readingStopped", stop(scan.nodeExhausted[index])},
+        {"notes", bus.notes},
+        {"kernel",
+         {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
+        {"units", units(bus)},
+        {"entries", entries(decode::walkRoot(bus.rom), NodeDevices(scan, port, bus.guid))}};
 }
 
 const char* severityName(vesk5::DiagModule::Severity severity) {
@@ -69,14 +201,21 @@ json jsonReport(const Scan& scan) {
     for (const auto& each : scan.devices)
         devices.push_back(device(each));
     json nodes = json::array();
-    for (size_t i = 0; i < scan.nodes.size(); ++i)
-        nodes.push_back(node(scan.nodes[i], scan.nodeExhausted[i], nodeNotes(scan, i)));
+    bool ok = true;
+    for (size_t i = 0, port = 0, first = 0; i < scan.nodes.size(); ++i) {
+        while (port < scan.ports.size() && i >= first + scan.ports[port].nodes.size())
+            first += scan.ports[port++].nodes.size();
+        nodes.push_back(node(scan, i, static_cast<unsigned>(port)));
+        ok = ok && nodeStatus(scan, i) == NodeStatus::Ok;
+    }
     json reports = json::array();
     for (const auto& report : scan.reports)
         reports.push_back({{"severity", severityName(report.severity)},
                            {"event", report.event.zulString().str()},
                            {"text", report.text.str()}});
-    return {{"result", scan.result},
+    return {{"formatVersion", FormatVersion},
+            {"ok", ok},
+            {"result", scan.result},
             {"devices", std::move(devices)},
             {"nodes", std::move(nodes)},
             {"reports", std::move(reports)},

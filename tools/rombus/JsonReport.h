@@ -6,9 +6,15 @@
 
 namespace rombus {
 
-// The enumeration as one JSON object: "result", "devices" (name, locator, childBusIds,
-// properties typed by their data type), "nodes" (locator, messages with level and text) and
-// "reports" (severity, event, text), each list in the order produced.
+// The version of the report's format, raised whenever a field changes its meaning or goes away.
+constexpr int FormatVersion = 2;
+
+// The enumeration as one JSON object, described by doc/rombus-report.schema.json: "formatVersion",
+// "ok" (every node read without a problem), "result" (the enumeration's own result), "devices"
+// (the framework's view: name, locator, childBusIds, properties typed by their data type),
+// "nodes" (per node its status, source, GUID, bus options, records with their variables, units,
+// notes and the entry tree of its ROM), "reports" (severity, event, text) and the bus's "notes",
+// each list in the order produced.
 nlohmann::ordered_json jsonReport(const Scan& scan);
 
 // The object as text. Bytes that are not UTF-8 (a ROM may hold any) are replaced, never fatal.

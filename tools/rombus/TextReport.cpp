@@ -219,7 +219,8 @@ private:
             head += "  " + escaped(nodeLabels_[nodes_], false);
         head += "  " + std::string(device.hwLocator().c_str());
         out_ << wrapped(head, indent, indent + 2 * Step);
-        for (const std::string& note : nodeNotes(scan_, nodes_))
+        const lib1394::RomNode* rom = romNodeOf(scan_, nodes_);
+        for (const std::string& note : rom ? rom->notes : std::vector<std::string>())
             out_ << wrapped("Note: " + escaped(note, false), indent + Step, indent + 3 * Step);
     }
 
@@ -228,26 +229,29 @@ private:
         if (k >= scan_.nodes.size() || scan_.nodes[k].locator.str() != device.hwLocator().c_str())
             return;
         const auto& messages = scan_.nodes[k].messages;
-        const auto* accessible = device.findProperty("ConfigROMAccessible");
-        const bool failed = k < scan_.nodeFailed.size() && scan_.nodeFailed[k];
-        const bool exhausted = k < scan_.nodeExhausted.size() && scan_.nodeExhausted[k];
-        if (exhausted)
+        if (scan_.nodeExhausted[k])
             out_ << wrapped(stopText(*scan_.nodeExhausted[k]), indent, indent);
-        if (accessible && !accessible->value.valueBool()) {
+        switch (nodeStatus(scan_, k)) {
+        case NodeStatus::NotAccessible:
             ++tally_.inaccessible;
             out_ << wrapped("Not read: the ROM is not accessible.", indent, indent);
-        } else if (!messages.isEmpty()) {
+            break;
+        case NodeStatus::OutOfReads:
+            ++tally_.failed;
+            break;
+        case NodeStatus::Problems:
             ++tally_.withProblems;
-        } else if (exhausted) {
+            break;
+        case NodeStatus::ReadFailed:
             ++tally_.failed;
-        } else if (failed) {
-            ++tally_.failed;
-            out_ << wrapped("Reading failed without a problem record (the log lines on standard "
-                            "error tell where; see --log-level).",
+            out_ << wrapped("Status: read failed; no problem record says why (-v shows the "
+                            "module's log lines that do).",
                             indent, indent);
-        } else {
+            break;
+        case NodeStatus::Ok:
             ++tally_.clean;
             out_ << wrapped("No problems.", indent, indent);
+            break;
         }
         if (messages.isEmpty())
             return;

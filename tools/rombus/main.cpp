@@ -52,8 +52,8 @@ bool chooseRegistry(const Options& options, std::string& path) {
 // disk, a closed pipe): a report that did not arrive must not pass for a clean one.
 bool writeOut(const std::string& text) {
     errno = 0;
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                         std::fflush(stdout) == 0;
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (!written)
         complain(std::string("standard output cannot be written: ") +
                  (errno ? std::strerror(errno) : "unknown error"));
@@ -61,8 +61,8 @@ bool writeOut(const std::string& text) {
 }
 
 int report(const Scan& scan, const Options& options, const std::string& emptyText) {
-    const std::string text = options.format == Format::Json ? jsonText(jsonReport(scan))
-                                                            : textReport(scan, emptyText);
+    const std::string text =
+        options.format == Format::Json ? jsonText(jsonReport(scan)) : textReport(scan, emptyText);
     if (!writeOut(text))
         return ExitUsage;
     return hasProblems(scan) ? ExitProblems : ExitClean;

@@ -1,0 +1,155 @@
+#include "RomWalk.h"
+
+#include <cstdio>
+#include <set>
+
+namespace rombus::decode {
+namespace {
+
+enum KeyType : unsigned { Immediate = 0, CsrOffset = 1, Leaf = 2, Directory = 3 };
+enum KeyId : unsigned {
+    DescriptorId = 0x01,
+    VendorId = 0x03,
+    UnitId = 0x11,
+    SpecifierId = 0x12,
+    VersionId = 0x13,
+    ModelId = 0x17,
+};
+constexpr uint8_t UnitDirectoryKey = 0xD1;
+// How deep directories may nest: far more than any ROM of 256 quadlets can hold without a loop.
+constexpr unsigned MaxDepth = 64;
+
+// The number of quadlets a block's header declares, cut to what the image holds after it.
+uint32_t availableLength(const std::vector<uint8_t>& rom, uint32_t offset) {
+    const std::optional<uint32_t> header = quadletAt(rom, offset);
+    if (!header)
+        return 0;
+    const uint64_t inImage = (rom.size() - offset - 4) / 4;
+    return static_cast<uint32_t>(std::min<uint64_t>(*header >> 16, inImage));
+}
+
+// The text of a textual descriptor leaf in minimal ASCII (descriptor type 0, specifier id 0,
+// width, character set and language 0), up to the first NUL.
+std::optional<std::string> leafText(const std::vector<uint8_t>& rom, uint32_t offset) {
+    const uint32_t length = availableLength(rom, offset);
+    if (length < 2 || quadletAt(rom, offset + 4) != 0u || quadletAt(rom, offset + 8) != 0u)
+        return std::nullopt;
+    std::string text;
+    for (uint32_t at = offset + 12; at < offset + 4 + 4 * length && rom[at] != 0; ++at)
+        text += static_cast<char>(rom[at]);
+    return text;
+}
+
+class Walker {
+public:
+    explicit Walker(const std::vector<uint8_t>& rom) : rom_(rom) {}
+
+    std::vector<RomEntry> directory(uint32_t offset, unsigned depth) {
+        std::vector<RomEntry> entries;
+        const uint32_t length = availableLength(rom_, offset);
+        for (uint32_t i = 0; i < length; ++i)
+            entries.push_back(entry(offset + 4 + 4 * i, depth));
+        return entries;
+    }
+
+    // A block is read the first time it is reached; afterwards only named.
+    bool firstVisit(uint32_t offset) { return seen_.insert(offset).second; }
+
+private:
+    RomEntry entry(uint32_t offset, unsigned depth) {
+        RomEntry entry;
+        const uint32_t quadlet = *quadletAt(rom_, offset);
+        entry.offset = offset;
+        entry.key = static_cast<uint8_t>(quadlet >> 24);
+        entry.value = quadlet & 0xFFFFFF;
+        if (entry.type() != Leaf && entry.type() != Directory)
+            return entry;
+        const uint64_t target = uint64_t{offset} + 4 * uint64_t{entry.value};
+        entry.target = static_cast<uint32_t>(target);
+        if (target + 4 > rom_.size())
+            return entry;
+        entry.repeated = !firstVisit(*entry.target);
+        if (entry.repeated)
+            return entry;
+        if (entry.type() == Directory && depth < MaxDepth)
+            entry.children = directory(*entry.target, depth + 1);
+        else if (entry.type() == Leaf && entry.keyId() == DescriptorId)
+            entry.text = leafText(rom_, *entry.target);
+        return entry;
+    }
+
+    const std::vector<uint8_t>& rom_;
+    std::set<uint32_t> seen_;
+};
+
+void takeIds(const std::vector<uint8_t>& rom, uint32_t offset, UnitIds& ids) {
+    const uint32_t length = availableLength(rom, offset);
+    for (uint32_t i = 0; i < length; ++i) {
+        const uint32_t quadlet = *quadletAt(rom, offset + 4 + 4 * i);
+        const uint32_t value = quadlet & 0xFFFFFF;
+        switch (quadlet >> 24) {
+        case VendorId:
+            ids.vendor = value;
+            break;
+        case ModelId:
+            ids.model = value;
+            break;
+        case SpecifierId:
+            ids.specifier = value;
+            break;
+        case VersionId:
+            ids.version = value;
+            break;
+        }
+    }
+}
+
+} // namespace
+
+std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset) {
+    if (uint64_t{offset} + 4 > rom.size())
+        return std::nullopt;
+    return uint32_t{rom[offset]} << 24 | uint32_t{rom[offset + 1]} << 16 |
+           uint32_t{rom[offset + 2]} << 8 | rom[offset + 3];
+}
+
+std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom) {
+    Walker walker(rom);
+    walker.firstVisit(RootDirectoryOffset);
+    return walker.directory(RootDirectoryOffset, 0);
+}
+
+std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom) {
+    UnitIds root;
+    takeIds(rom, RootDirectoryOffset, root);
+    std::vector<UnitIds> units;
+    const uint32_t length = availableLength(rom, RootDirectoryOffset);
+    for (uint32_t i = 0; i < length; ++i) {
+        const uint32_t offset = RootDirectoryOffset + 4 + 4 * i;
+        const uint32_t quadlet = *quadletAt(rom, offset);
+        if (quadlet >> 24 != UnitDirectoryKey)
+            continue;
+        UnitIds unit = root;
+        unit.directory = offset + 4 * (quadlet & 0xFFFFFF);
+        takeIds(rom, unit.directory, unit);
+        units.push_back(unit);
+    }
+    return units;
+}
+
+std::string modalias(const UnitIds& unit) {
+    char text[64];
+    std::snprintf(text, sizeof text, "ieee1394:ven%08Xmo%08Xsp%08Xver%08X", unit.vendor, unit.model,
+                  unit.specifier, unit.version);
+    return text;
+}
+
+std::optional<BusOptions> busOptionsOf(const std::vector<uint8_t>& rom) {
+    const std::optional<uint32_t> q = quadletAt(rom, 8);
+    if (!q)
+        return std::nullopt;
+    return BusOptions{*q >> 31,        *q >> 30 & 1,   *q >> 29 & 1,  *q >> 28 & 1,  *q >> 27 & 1,
+                      *q >> 16 & 0xFF, *q >> 12 & 0xF, *q >> 8 & 0x3, *q >> 4 & 0xF, *q & 0x7};
+}
+
+} // namespace rombus::decode
