@@ -189,21 +189,34 @@ ImageFile readImageFile(const std::string& path, ByteOrder order) {
     return decodeImage(path, file.content, order);
 }
 
+ImageFile readImageStream(const std::string& name, std::FILE* stream, ByteOrder order) {
+    std::string content;
+    char piece[4096];
+    size_t count = 0;
+    while (content.size() <= MaxFileSize &&
+           (count = std::fread(piece, 1, sizeof piece, stream)) > 0)
+        content.append(piece, count);
+    if (std::ferror(stream))
+        return failure(name, "cannot be read");
+    if (content.size() > MaxFileSize)
+        return failure(name, "is larger than " + std::to_string(MaxFileSize) + " bytes");
+    return decodeImage(name, content, order);
+}
+
 ImageFileBus::ImageFileBus(const std::vector<ImageFile>& images)
     : RomImageBus([&images] {
-          RomPort port;
-          port.text = "image files";
+          std::vector<RomPort> ports;
           for (const ImageFile& image : images) {
-              if (port.nodes.size() == MaxNodes)
-                  break;
+              if (ports.empty() || ports.back().nodes.size() == MaxNodes)
+                  ports.push_back({"image files", {}});
               RomNode node;
               node.rom = image.rom;
               node.accessible = image.ok();
               node.guid = guidOfRom(image.rom);
               node.label = image.path;
-              port.nodes.push_back(std::move(node));
+              ports.back().nodes.push_back(std::move(node));
           }
-          return std::vector<RomPort>{std::move(port)};
+          return ports;
       }()) {}
 
 } // namespace lib1394

@@ -109,15 +109,18 @@ TEST(ImageFileBus, NodesFollowTheImagesAndReadsStayInsideThem) {
 
     zul::Array<lib1394::port_info_t> ports;
     ASSERT_TRUE(accessor(lib1394::ConfigROMContext::AllPorts, 0)->getPortInfo(ports));
-    ASSERT_EQ(ports.size(), 1u);
+    // 63 nodes to a port, as a 1394 bus holds: the last seven images make a second port.
+    ASSERT_EQ(ports.size(), 2u);
     EXPECT_EQ(ports[0].nodeCount, lib1394::ImageFileBus::MaxNodes);
+    EXPECT_EQ(ports[1].nodeCount, 7u);
     ASSERT_EQ(ports[0].nodeGuids.size(), lib1394::ImageFileBus::MaxNodes);
     EXPECT_EQ(ports[0].nodeGuids[0], 0x0030E00000000001ull);
     EXPECT_EQ(ports[0].nodeGuids[1], 0u);
 
     EXPECT_TRUE(accessor(0, 0)->isAccessible());
     // Node ids are local-bus ids; a bare node number is not one.
-    const std::pair<unsigned, unsigned> closed[] = {{1, 0}, {0, 1}, {0, 0xFFC2}, {0, 0xFFFF}};
+    const std::pair<unsigned, unsigned> closed[] = {{2, 0}, {0, 1}, {0, 0xFFC2}, {0, 0xFFFF},
+                                                    {1, 0xFFC7}};
     for (const auto& [port, nodeId] : closed)
         EXPECT_FALSE(accessor(port, nodeId)->isAccessible()) << port << " " << nodeId;
 

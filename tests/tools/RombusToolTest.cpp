@@ -188,9 +188,16 @@ TEST_F(RombusTool, TheTextReportShowsTheTreeAndTheProblemsWithin100Columns) {
           "    Not read: the ROM is not accessible.",
           "Summary: 2 ports, 8 nodes: 3 without problems, 4 with problems, 1 not accessible."})
         EXPECT_THAT(run.out, HasSubstr(expected));
-    // Problem lines reach standard error by default, and not with --log-level 5.
-    EXPECT_THAT(run.err, HasSubstr("error attaching sysinfo"));
-    EXPECT_EQ(registered("scan --log-level 5 --sysfs " + sample).err, "");
+    // The module's log lines reach standard error only when asked for.
+    EXPECT_EQ(run.err, "");
+    for (const char* verbose : {"-vv", "--log-level 3", "-v -v -v"})
+        EXPECT_THAT(registered(std::string(verbose) + " scan --sysfs " + sample).err,
+                    HasSubstr("error attaching sysinfo"))
+            << verbose;
+    // One -v: failures of whole readings only, such as a ROM too short for its bus information.
+    EXPECT_EQ(registered("-v scan --sysfs " + sample).err, "");
+    EXPECT_THAT(registered("-v check " + write("short.bin", "\x01\xAC\xDE\x48")).err,
+                HasSubstr("log: libRombus.Lib1394SysInfo [4]"));
 }
 
 TEST_F(RombusTool, ImagesInAllThreeFormsGiveIdenticalResults) {
@@ -313,10 +320,23 @@ TEST_F(RombusTool, HelpDocumentsEveryOptionTheRegistryAndTheExitStatuses) {
     const Outcome help = rombus("--help");
     EXPECT_EQ(help.status, 0);
     for (const char* expected :
-         {"--registry", "--crc-level", "--format", "--log-level", "--byte-order", "--version",
-          "--sysfs", "--from", "-o", "scan", "check FILE", "registry import", "Exit status",
-          "share/rombus/oui-registry.txt", "/usr/share/ieee-data/oui.txt"})
+         {"--registry", "--crc-level", "--format", "--color", "-v,--verbose", "--log-level",
+          "--byte-order", "--version", "scan", "check", "registry", "Exit status",
+          "share/rombus/oui-registry.txt", "rombus-report.schema.json"})
         EXPECT_THAT(help.out, HasSubstr(expected));
+    // Each command's help is its own: its options and its details, not the others'.
+    const std::pair<std::string, std::vector<std::string>> commands[] = {
+        {"scan --help", {"--sysfs", "--save-roms", "--overwrite"}},
+        {"check --help", {"FILE", "'-' reads", "63 to a port"}},
+        {"registry import --help", {"--from", "-o,--output", "/usr/share/ieee-data/oui.txt"}},
+    };
+    for (const auto& [arguments, expected] : commands) {
+        const Outcome command = rombus(arguments);
+        EXPECT_EQ(command.status, 0) << arguments;
+        for (const std::string& text : expected)
+            EXPECT_THAT(command.out, HasSubstr(text)) << arguments;
+        EXPECT_EQ(command.out.find("Subcommands:"), std::string::npos) << arguments;
+    }
     const Outcome version = rombus("--version");
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.out.rfind("rombus ", 0), 0u);
@@ -376,10 +396,124 @@ TEST_F(RombusTool, FileNamesAreShownEscapedWhateverBytesTheyHold) {
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, HasSubstr("/odd\\xFF\\x0Aname\xC3\xA9"));
     EXPECT_EQ(run.out.find('\xFF'), std::string::npos);
+    // JSON stays valid UTF-8: what is not becomes U+FFFD.
+    const json report = rombusJson("check '" + odd + "'", 0);
+    EXPECT_THAT(report["nodes"][0]["source"].get<std::string>(),
+                HasSubstr("odd\xEF\xBF\xBD\nname\xC3\xA9.rom"));
     const Outcome missing = registered("check '" + odd + ".gone'");
     EXPECT_EQ(missing.status, 2);
     EXPECT_THAT(missing.err, HasSubstr("odd\\xFF\\x0Aname\xC3\xA9.rom.gone: cannot be opened"));
     EXPECT_EQ(missing.err.find('\xFF'), std::string::npos);
+}
+
+TEST_F(RombusTool, AHealthyRomLeavesStandardErrorEmptyAndStandardInputIsAnImage) {
+    const std::string disk = write("disk.le", readAll(sampleDisk));
+    const Outcome run = registered("check " + disk);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.err, "");
+    const Outcome piped = registered("check - < '" + disk + "'");
+    EXPECT_EQ(piped.status, 0) << piped.err;
+    EXPECT_THAT(piped.out, HasSubstr("Node 0  standard input  IEEE1394NODE:0:0030e00000000001h"));
+    EXPECT_EQ(piped.err, "");
+}
+
+TEST_F(RombusTool, ImagesPast63GoOnToFurtherPorts) {
+    const std::string disk = write("disk.le", readAll(sampleDisk));
+    std::string files;
+    for (int i = 0; i < 64; ++i)
+        files += " " + disk;
+    const Outcome run = registered("check" + files);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("Port 1  IEEE1394PORT:1  (image files)\n  ROM accessible\n"
+                                   "  Node 0  "));
+    EXPECT_THAT(run.out, HasSubstr("Summary: 2 ports, 64 nodes: 64 without problems."));
+}
+
+TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
+    const Outcome run = registered("scan --sysfs " + sample);
+    EXPECT_THAT(
+        run.out,
+        HasSubstr("    Kernel: vendor_name \"Rombus Sample Works\"\n    Unit 0 at 48h  driver "
+                  "firewire_sbp2  ieee1394:ven000030E0mo00000934sp0000609Ever00010483\n"));
+    // The unit directory of fw5 has no model id, nor has its root: the kernel writes zeros.
+    EXPECT_THAT(run.out, HasSubstr("    Unit 0 at 24h  no driver bound  "
+                                   "ieee1394:ven000030E0mo00000000sp0000609Ever00010483\n"));
+    const json report = rombusJson("scan --sysfs " + sample, 1);
+    EXPECT_EQ(report["nodes"][1]["source"], "fw1");
+    EXPECT_EQ(report["nodes"][1]["units"][0]["driver"], "firewire_sbp2");
+    EXPECT_EQ(report["nodes"][5]["units"][0]["driver"], nullptr);
+    EXPECT_EQ(report["nodes"][0]["kernel"]["modelName"], "Rombus sample controller A");
+    EXPECT_EQ(report["nodes"][1]["kernel"]["modelName"], nullptr);
+    // Image files know nothing of drivers.
+    const json image = rombusJson("check " + write("disk.le", readAll(sampleDisk)), 0);
+    EXPECT_EQ(image["nodes"][0]["units"][0]["driver"], nullptr);
+}
+
+TEST_F(RombusTool, SavedRomsReadBackAsTheSameNodes) {
+    const std::string saved = (folder_.path() / "saved").string();
+    const json scanned = rombusJson("scan --sysfs " + sample + " --save-roms " + saved, 1);
+    // Every accessible node in bus order, by its GUID; the node without a ROM is left out.
+    std::string files;
+    std::vector<json> expected;
+    for (const json& node : scanned["nodes"]) {
+        if (node["status"] == "not accessible")
+            continue;
+        files += " " + saved + "/" + node["guid"].get<std::string>() + ".rom";
+        expected.push_back(node);
+    }
+    ASSERT_EQ(expected.size(), 7u);
+    const json checked = rombusJson("check" + files, 1);
+    ASSERT_EQ(checked["nodes"].size(), expected.size());
+    const auto portless = [](std::string text) {
+        for (size_t at; (at = text.find("IEEE1394NODE:1:")) != std::string::npos;)
+            text.replace(at, 15, "IEEE1394NODE:0:");
+        return text;
+    };
+    for (size_t i = 0; i < expected.size(); ++i) {
+        SCOPED_TRACE(expected[i]["source"].get<std::string>());
+        EXPECT_EQ(checked["nodes"][i]["entries"], expected[i]["entries"]);
+        EXPECT_EQ(checked["nodes"][i]["status"], expected[i]["status"]);
+        EXPECT_EQ(checked["nodes"][i]["busOptions"], expected[i]["busOptions"]);
+        EXPECT_EQ(portless(checked["nodes"][i]["messages"].dump()),
+                  portless(expected[i]["messages"].dump()));
+    }
+    // A second capture keeps the files unless told to replace them.
+    const Outcome again = registered("scan --sysfs " + sample + " --save-roms " + saved);
+    EXPECT_EQ(again.status, 2);
+    EXPECT_THAT(again.err, HasSubstr("0030e00000000001.rom: exists; kept (--overwrite"));
+    EXPECT_EQ(
+        registered("scan --sysfs " + sample + " --save-roms " + saved + " --overwrite").status, 1);
+}
+
+TEST_F(RombusTool, WidthAndColourFollowTheTerminal) {
+    const std::string disk = write("disk.le", readAll(sampleDisk));
+    const std::string bad = write("bad.txt", "04041234 31333935\n");
+    const auto onTerminal = [this](const std::string& environment, const std::string& arguments) {
+        const fs::path out = folder_.path() / "terminal";
+        const std::string command = "script -qec \"" + environment + " '" + ROMBUS_BINARY + "' " +
+                                    arguments + " --registry " + registry_ +
+                                    "\" /dev/null </dev/null >'" + out.string() + "'";
+        EXPECT_GE(std::system(command.c_str()), 0);
+        return readAll(out);
+    };
+    const auto widest = [](const std::string& text) {
+        size_t widest = 0;
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);)
+            widest = std::max(widest, line.size() - (line.back() == '\r'));
+        return widest;
+    };
+    EXPECT_LE(widest(onTerminal("COLUMNS=70", "check " + disk)), 70u);
+    EXPECT_GT(widest(onTerminal("COLUMNS=140", "check " + disk)), 100u);
+    EXPECT_LE(widest(onTerminal("COLUMNS=20", "check " + disk)), 60u);
+    EXPECT_GT(widest(onTerminal("COLUMNS=20", "check " + disk)), 20u);
+    // Colour: on a terminal unless NO_COLOR; never in a file unless asked.
+    const std::string yellow = "\033[33mwarning\033[0m";
+    EXPECT_THAT(onTerminal("", "check " + bad), HasSubstr(yellow));
+    EXPECT_EQ(onTerminal("NO_COLOR=1", "check " + bad).find('\033'), std::string::npos);
+    EXPECT_EQ(onTerminal("", "--color=never check " + bad).find('\033'), std::string::npos);
+    EXPECT_EQ(registered("check " + bad).out.find('\033'), std::string::npos);
+    EXPECT_THAT(registered("--color=always check " + bad).out, HasSubstr(yellow));
 }
 
 TEST_F(RombusTool, RegistryImportWritesTheModulesFormat) {

@@ -1,6 +1,7 @@
 // make-sample: writes the sample sysfs tree that `rombus scan --sysfs` reads: two FireWire
 // controllers (ports) with nodes whose Configuration ROMs are built here, well-formed except where
 // a node is meant to show one kind of problem. Usage: make-sample FOLDER
+#include "RomWalk.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 
@@ -67,13 +68,27 @@ struct Sample {
         return folder;
     }
 
-    // Adds the unit device fwN.0 of a node: the kernel lists it too, but it is not a node.
-    void addUnit(const fs::path& nodeFolder) {
+    // The names the kernel shows for a node, taken from its root directory's descriptors.
+    void name(const fs::path& nodeFolder, const std::string& vendor, const std::string& model) {
+        tree.write(nodeFolder / "vendor_name", vendor + "\n");
+        if (!model.empty())
+            tree.write(nodeFolder / "model_name", model + "\n");
+    }
+
+    // Adds the unit device fwN.0 of a node, with its modalias and, when one is named, the link
+    // to the driver bound to it: the kernel lists units too, but they are not nodes.
+    void addUnit(const fs::path& nodeFolder, const Node& node, const char* driver) {
         const fs::path controller =
             nodeFolder.parent_path().lexically_relative(tree.root() / "devices");
         const fs::path unit = tree.add((controller / nodeFolder.filename()).string(),
                                        nodeFolder.filename().string() + ".0");
-        tree.write(unit / "modalias", "ieee1394:ven0030E0mo00000934sp0000609Ever00010483\n");
+        const auto units = rombus::decode::unitsOf(buildRom(node));
+        tree.write(unit / "modalias", rombus::decode::modalias(units.at(0)) + "\n");
+        if (!driver)
+            return;
+        const fs::path drivers = tree.root() / "bus/firewire/drivers" / driver;
+        fs::create_directories(drivers);
+        fs::create_directory_symlink(fs::relative(drivers, unit), unit / "driver");
     }
 };
 
@@ -138,9 +153,12 @@ int main(int argc, char** argv) {
     const std::string second = "pci0000:00/0000:00:1c.0/0000:03:00.0";
 
     const Node local = controller(0x0800280000001394ull, "Rombus sample controller A");
-    sample.add(first, &local, local.guid, true);
+    sample.name(sample.add(first, &local, local.guid, true), "Texas Instruments",
+                "Rombus sample controller A");
     const Node good = disk(0x0030E00000000001ull);
-    sample.addUnit(sample.add(first, &good, good.guid, false));
+    const fs::path goodFolder = sample.add(first, &good, good.guid, false);
+    sample.name(goodFolder, "Rombus Sample Works", "");
+    sample.addUnit(goodFolder, good, "firewire_sbp2");
     Node crcMismatch = disk(0x0030E00000000002ull);
     crcMismatch.breakRomCrc = true;
     sample.add(first, &crcMismatch, crcMismatch.guid, false);
@@ -148,9 +166,10 @@ int main(int argc, char** argv) {
     sample.add(first, &noVendor, noVendor.guid, false);
 
     const Node local2 = controller(0x0800280000002394ull, "Rombus sample controller B");
-    sample.add(second, &local2, local2.guid, true);
+    sample.name(sample.add(second, &local2, local2.guid, true), "Texas Instruments",
+                "Rombus sample controller B");
     const Node misplaced = misplacedEntry(0x0030E00000000004ull);
-    sample.addUnit(sample.add(second, &misplaced, misplaced.guid, false));
+    sample.addUnit(sample.add(second, &misplaced, misplaced.guid, false), misplaced, nullptr);
     const Node badName = disk(0x0030E00000000005ull, "1395");
     sample.add(second, &badName, badName.guid, false);
     sample.add(second, nullptr, 0x0030E00000000006ull, false);

@@ -7,43 +7,51 @@
 namespace rombus {
 namespace {
 
-std::string footer() {
-    return "Commands in detail:\n"
-           "  scan [--sysfs ROOT]     Read every node of the machine's FireWire buses, as Linux\n"
-           "                          shows them under ROOT/bus/firewire/devices (ROOT: /sys).\n"
-           "  check FILE...           Read ROM image files, each one node of one port, in the\n"
-           "                          order given. Forms: raw binary in bus order; raw binary in\n"
-           "                          little-endian quadlets (a copy of a sysfs config_rom, found\n"
-           "                          by its signature or named with --byte-order le); hex text "
-           "of\n"
-           "                          32-bit quadlets separated by blanks or commas, optional 0x,\n"
-           "                          comments from # or // to the end of the line. At most 1024\n"
-           "                          bytes (256 quadlets) each, at most 63 files.\n"
-           "  registry import [--from FILE] [-o OUT]\n"
-           "                          Turn the IEEE registry of Debian's ieee-data into the\n"
-           "                          vendor registry the tool reads: one line per identifier,\n"
-           "                          ascending. FILE: oui.txt or oui.csv, by default\n"
-           "                          " +
-           defaultImportSource() +
-           "\n"
-           "                          OUT: standard output.\n"
+std::string mainFooter() {
+    return "Run 'rombus COMMAND --help' for the options of one command.\n"
            "\n"
            "Vendor registry: without --registry the tool reads the registry built with it,\n"
            "  " +
            defaultRegistryPath() +
            "\n"
-           "  (share/rombus/oui-registry.txt beside the folder that holds the rombus program).\n"
+           "\n"
+           "JSON: --format json writes one object described by the JSON Schema\n"
+           "  rombus-report.schema.json (doc/ in the source tree).\n"
            "\n"
            "Exit status:\n"
            "  0  every node was read without a problem record\n"
            "  1  a node has a problem record, or a node's ROM could not be read\n"
-           "  2  usage error or bad input (an unreadable, empty, oversized or malformed file)\n";
+           "  2  usage error, bad input (an unreadable, empty, oversized or malformed file),\n"
+           "     or a report that could not be written\n";
 }
 
-// Options given as words, turned into their values after parsing.
+const char* const scanFooter =
+    "Reads every node of the machine's FireWire buses as Linux shows them under\n"
+    "ROOT/bus/firewire/devices: each node's ROM, and per unit the driver bound to it.\n"
+    "--save-roms writes each node's ROM to FOLDER/<GUID>.rom, raw binary in bus order,\n"
+    "for 'rombus check' to read back; an existing file is kept unless --overwrite.\n";
+
+const char* const checkFooter =
+    "Reads ROM image files, each one node, 63 to a port, in the order given; '-' reads\n"
+    "an image from standard input. Forms: raw binary in bus order; raw binary in\n"
+    "little-endian quadlets (a copy of a sysfs config_rom, found by its signature or\n"
+    "named with --byte-order le); hex text of 32-bit quadlets separated by blanks or\n"
+    "commas, optional 0x, comments from # or // to the end of the line. At most 1024\n"
+    "bytes (256 quadlets) each.\n";
+
+std::string importFooter() {
+    return "Turns the IEEE registry of Debian's ieee-data into the vendor registry the tool\n"
+           "reads: one line per identifier, ascending. FILE: oui.txt or oui.csv, by default\n" +
+           defaultImportSource() + "; OUT: standard output.\n";
+}
+
+// Options given as words or counts, turned into their values after parsing.
 struct Names {
     std::string format = "text";
+    std::string color = "auto";
     std::string byteOrder;
+    int verbosity = 0;
+    CLI::Option* logLevel = nullptr;
 };
 
 void addCommonOptions(CLI::App& app, Options& options, Names& names) {
@@ -57,11 +65,19 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
     app.add_option("--format", names.format, "Output format (default text)")
         ->type_name("text|json")
         ->check(CLI::IsMember({"text", "json"}).description(""));
-    app.add_option("--log-level", options.logLevel,
-                   "Log lines shown from this priority up: 1 detail, 3 problems (default),\n"
-                   "4 failures, 5 none")
-        ->type_name("N")
-        ->check(CLI::Range(0, 5).description(""));
+    app.add_option("--color", names.color,
+                   "Colour the levels of the text report: auto (on a terminal, unless\n"
+                   "NO_COLOR is set; the default), always or never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+    app.add_flag("-v,--verbose", names.verbosity,
+                 "Show the module's log lines on standard error: -v failures, -vv problems\n"
+                 "too, -vvv every detail");
+    names.logLevel = app.add_option("--log-level", options.logLevel,
+                                    "Show the module's log lines from this priority up: 1 detail,\n"
+                                    "3 problems, 4 failures, 5 none (the default)")
+                         ->type_name("N")
+                         ->check(CLI::Range(0, 5).description(""));
     app.add_option("--byte-order", names.byteOrder,
                    "Quadlet byte order of images and sysfs config_rom files; default:\n"
                    "images by their signature, sysfs the host's order")
@@ -71,26 +87,50 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
                          "Print the version and exit");
 }
 
-void addCommands(CLI::App& app, Options& options) {
+void addScan(CLI::App& app, Options& options) {
     CLI::App* scan = app.add_subcommand("scan", "Read the machine's FireWire buses");
     scan->add_option("--sysfs", options.sysfsRoot, "Root of the sysfs tree to read")
         ->type_name("ROOT")
         ->capture_default_str();
+    scan->add_option("--save-roms", options.saveRoms, "Save every node's ROM in this folder")
+        ->type_name("FOLDER");
+    scan->add_flag("--overwrite", options.overwrite, "Let --save-roms replace existing files");
+    scan->footer(scanFooter);
     scan->callback([&options] { options.command = Command::Scan; });
+}
 
+void addCheck(CLI::App& app, Options& options) {
     CLI::App* check = app.add_subcommand("check", "Read Configuration ROM image files");
-    check->add_option("FILE", options.files, "ROM image files")->required();
+    check->add_option("FILE", options.files, "ROM image files; - for standard input")->required();
+    check->footer(checkFooter);
     check->callback([&options] { options.command = Command::Check; });
+}
 
+void addRegistry(CLI::App& app, Options& options) {
     CLI::App* registry = app.add_subcommand("registry", "Vendor registry commands");
     registry->require_subcommand(1);
     CLI::App* import = registry->add_subcommand("import", "Build the vendor registry file");
     import->add_option("--from", options.importFrom, "IEEE registry, oui.txt or oui.csv")
         ->type_name("FILE");
     import->add_option("-o,--output", options.importTo, "Registry file to write")->type_name("OUT");
+    import->footer(importFooter());
     import->callback([&options] { options.command = Command::RegistryImport;
 });
 } // namespace
+
+// The module's log gate: --log-level when given, else by the number of -v.
+unsigned logLevelOf(const Names& names, unsigned given) {
+    if (names.logLevel->count() > 0)
+        return given;
+    static const unsigned byVerbosity[] = {5, 4, 3, 1};
+    return byVerbosity[std::min(names.verbosity, 3)];
+}
+
+Color colorOf(const std::string& name) {
+    if (name == "always")
+        return Color::Always;
+    return name == "never" ? Color::Never : Color::Auto;
+}
 
 } // namespace rombus
 
@@ -100,10 +140,13 @@ int parseOptions(int argc, char** argv, Options& options) {
                  "rombus");
     app.fallthrough();
     app.require_subcommand(1);
-    app.footer(footer());
     Names names;
     addCommonOptions(app, options, names);
-    addCommands(app, options);
+    addScan(app, options);
+    addCheck(app, options);
+    addRegistry(app, options);
+    // Set last, so that the commands keep footers of their own.
+    app.footer(mainFooter());
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -111,14 +154,11 @@ int parseOptions(int argc, char** argv, Options& options) {
         return status == 0 ? ExitClean : ExitUsage;
     }
     options.format = names.format == "json" ? Format::Json : Format::Text;
+    options.color = colorOf(names.color);
+    options.logLevel = logLevelOf(names, options.logLevel);
     if (!names.byteOrder.empty())
         options.byteOrder =
             names.byteOrder == "le" ? lib1394::ByteOrder::Little : lib1394::ByteOrder::Big;
-    if (options.command == Command::Check && options.files.size() > 63) {
-        std::fprintf(stderr, "rombus: at most 63 image files, one port's nodes; %zu given\n",
-                     options.files.size());
-        return ExitUsage;
-    }
     return -1;
 }
 

@@ -9,6 +9,7 @@ namespace rombus {
 
 enum class Command { Scan, Check, RegistryImport };
 enum class Format { Text, Json };
+enum class Color { Auto, Always, Never };
 
 // Exit statuses of the tool.
 enum ExitStatus : int { ExitClean = 0, ExitProblems = 1, ExitUsage = 2 };
@@ -16,11 +17,14 @@ enum ExitStatus : int { ExitClean = 0, ExitProblems = 1, ExitUsage = 2 };
 struct Options {
     Command command = Command::Scan;
     std::string sysfsRoot = "/sys";
-    std::vector<std::string> files;
-    std::string registry; // empty: the registry built with the tool
+    std::vector<std::string> files; // "-" is standard input
+    std::string saveRoms;           // scan: the folder to save every node's ROM in
+    bool overwrite = false;         // scan: whether saved ROMs may replace files
+    std::string registry;           // empty: the registry built with the tool
     unsigned crcLevel = 2;
     Format format = Format::Text;
-    unsigned logLevel = 3; // problems and failures only
+    Color color = Color::Auto;
+    unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
     std::string importFrom; // empty: the ieee-data registry
     std::string importTo;   // empty: standard output

@@ -1,6 +1,7 @@
 #include "TextReport.h"
 
 #include "DeviceTree.h"
+#include "RomWalk.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,7 +12,6 @@
 namespace rombus {
 namespace {
 
-constexpr size_t Width = 100;
 constexpr size_t Step = 2;
 // Deeper levels are not indented further, but marked with their level.
 constexpr size_t MaxIndentLevel = 20;
@@ -161,8 +161,8 @@ struct NodeTally {
 
 class Printer {
 public:
-    Printer(const Scan& scan, std::ostringstream& out)
-        : scan_(scan), out_(out), tree_(buildDeviceTree(scan.devices)) {
+    Printer(const Scan& scan, const Layout& layout, std::ostringstream& out)
+        : scan_(scan), layout_(layout), out_(out), tree_(buildDeviceTree(scan.devices)) {
         for (const lib1394::RomPort& port : scan.ports) {
             portTexts_.push_back(port.text);
             for (const lib1394::RomNode& node : port.nodes)
@@ -179,6 +179,51 @@ public:
     }
 
 private:
+    std::string wrap(const std::string& text, size_t indent, size_t hanging) const {
+        return wrapped(text, indent, hanging, layout_.width);
+    }
+
+    // What the operating system says of the node and its units beside the ROM: its vendor and
+    // model names, and per unit the modalias the kernel builds and the driver bound to it.
+    void printKernelView(size_t k, size_t indent) {
+        const lib1394::RomNode* rom = romNodeOf(scan_, k);
+        if (!rom)
+            return;
+        std::string names;
+        if (!rom->vendorName.empty())
+            names = "vendor_name " + quoted(rom->vendorName, false);
+        if (!rom->modelName.empty())
+            names += (names.empty() ? "" : ", ") + ("model_name " + quoted(rom->modelName, false));
+        if (!names.empty())
+            out_ << wrap("Kernel: " + names, indent, indent + 2 * Step);
+        const auto units = decode::unitsOf(rom->rom);
+        for (size_t i = 0; i < units.size(); ++i) {
+            char head[48];
+            std::snprintf(head, sizeof head, "Unit %zu at %Xh  ", i,
+                          static_cast<unsigned>(units[i].directory));
+            std::string line = head;
+            if (i < rom->unitDrivers.size())
+                line += rom->unitDrivers[i].empty()
+                            ? "no driver bound  "
+                            : "driver " + escaped(rom->unitDrivers[i], false) + "  ";
+            out_ << wrap(line + decode::modalias(units[i]), indent, indent + 2 * Step);
+        }
+    }
+
+    // A record's line: its level in a column of its own, coloured when asked.
+    std::string recordLine(uint32_t level, const std::string& text, size_t indent) const {
+        char padded[16];
+        std::snprintf(padded, sizeof padded, "%-9s", levelName(level));
+        std::string lines = wrap(padded + text, indent, indent + 9);
+        if (layout_.color) {
+            static const char* const colors[] = {"\033[36m", "\033[33m", "\033[31m"};
+            const std::string name = levelName(level);
+            lines.replace(indent, name.size(),
+                          colors[std::min<uint32_t>(level, 2)] + name + "\033[0m");
+        }
+        return lines;
+    }
+
     void printDevice(size_t index, size_t depth) {
         const vesk5::SysInfoDevice& device = scan_.devices[index];
         const size_t indent = std::min(depth, MaxIndentLevel) * Step;
@@ -188,15 +233,15 @@ private:
         if (isPortDevice(device)) {
             printPortHead(device, indent);
             if (!props.empty())
-                out_ << wrapped(props, indent + Step, indent + Step);
+                out_ << wrap(props, indent + Step, indent + Step);
         } else if (isNodeDevice(device)) {
             printNodeHead(device, indent);
             if (!props.empty())
-                out_ << wrapped(props, indent + Step, indent + Step);
+                out_ << wrap(props, indent + Step, indent + Step);
         } else {
             std::string head = level + device.name().zulString().str() + "  " +
                                romOffset(device.hwLocator().zulString().str());
-            out_ << wrapped(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
+            out_ << wrap(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
         }
         for (size_t child : tree_.children[index])
             printDevice(child, depth + 1);
@@ -210,7 +255,7 @@ private:
         if (ports_ < portTexts_.size() && !portTexts_[ports_].empty())
             head += "  (" + escaped(portTexts_[ports_], false) + ")";
         ++ports_;
-        out_ << wrapped(head, indent, indent + 2 * Step);
+        out_ << wrap(head, indent, indent + 2 * Step);
     }
 
     void printNodeHead(const vesk5::SysInfoDevice& device, size_t indent) {
@@ -218,10 +263,10 @@ private:
         if (nodes_ < nodeLabels_.size() && !nodeLabels_[nodes_].empty())
             head += "  " + escaped(nodeLabels_[nodes_], false);
         head += "  " + std::string(device.hwLocator().c_str());
-        out_ << wrapped(head, indent, indent + 2 * Step);
+        out_ << wrap(head, indent, indent + 2 * Step);
         const lib1394::RomNode* rom = romNodeOf(scan_, nodes_);
         for (const std::string& note : rom ? rom->notes : std::vector<std::string>())
-            out_ << wrapped("Note: " + escaped(note, false), indent + Step, indent + 3 * Step);
+            out_ << wrap("Note: " + escaped(note, false), indent + Step, indent + 3 * Step);
     }
 
     void printNodeProblems(const vesk5::SysInfoDevice& device, size_t indent) {
@@ -229,12 +274,13 @@ private:
         if (k >= scan_.nodes.size() || scan_.nodes[k].locator.str() != device.hwLocator().c_str())
             return;
         const auto& messages = scan_.nodes[k].messages;
+        printKernelView(k, indent);
         if (scan_.nodeExhausted[k])
-            out_ << wrapped(stopText(*scan_.nodeExhausted[k]), indent, indent);
+            out_ << wrap(stopText(*scan_.nodeExhausted[k]), indent, indent);
         switch (nodeStatus(scan_, k)) {
         case NodeStatus::NotAccessible:
             ++tally_.inaccessible;
-            out_ << wrapped("Not read: the ROM is not accessible.", indent, indent);
+            out_ << wrap("Not read: the ROM is not accessible.", indent, indent);
             break;
         case NodeStatus::OutOfReads:
             ++tally_.failed;
@@ -244,27 +290,25 @@ private:
             break;
         case NodeStatus::ReadFailed:
             ++tally_.failed;
-            out_ << wrapped("Status: read failed; no problem record says why (-v shows the "
-                            "module's log lines that do).",
-                            indent, indent);
+            out_ << wrap("Status: read failed; no problem record says why (-v shows the "
+                         "module's log lines that do).",
+                         indent, indent);
             break;
         case NodeStatus::Ok:
             ++tally_.clean;
-            out_ << wrapped("No problems.", indent, indent);
+            out_ << wrap("No problems.", indent, indent);
             break;
         }
         if (messages.isEmpty())
             return;
-        out_ << wrapped(std::to_string(messages.size()) +
-                            (messages.size() == 1 ? " problem:" : " problems:"),
-                        indent, indent);
+        out_ << wrap(std::to_string(messages.size()) +
+                         (messages.size() == 1 ? " problem:" : " problems:"),
+                     indent, indent);
         for (const auto& record : messages) {
             const std::string text = record.message.isEmpty()
                                          ? std::string("(no message)")
                                          : escaped(record.message->text().str(), false);
-            char level[16];
-            std::snprintf(level, sizeof level, "%-9s", levelName(record.level));
-            out_ << wrapped(level + text, indent + Step, indent + Step + 9);
+            out_ << recordLine(record.level, text, indent + Step);
         }
     }
 
@@ -276,7 +320,7 @@ private:
             static const char* const names[] = {"progress", "warning", "error"};
             const std::string text = names[static_cast<int>(report.severity)] + std::string(" ") +
                                      report.event.c_str() + ": " + report.text.str();
-            out_ << wrapped(escaped(text, false), Step, 2 * Step);
+            out_ << wrap(escaped(text, false), Step, 2 * Step);
         }
     }
 
@@ -285,7 +329,7 @@ private:
             return;
         out_ << "Notes on the bus:\n";
         for (const std::string& note : scan_.notes)
-            out_ << wrapped(escaped(note, false), Step, 2 * Step);
+            out_ << wrap(escaped(note, false), Step, 2 * Step);
     }
 
     void printSummary() {
@@ -309,6 +353,7 @@ private:
     }
 
     const Scan& scan_;
+    const Layout layout_;
     std::ostringstream& out_;
     DeviceTree tree_;
     std::vector<std::string> portTexts_;
@@ -376,13 +421,13 @@ std::string wrapped(const std::string& text, size_t indent, size_t hanging, size
     return out + line + "\n";
 }
 
-std::string textReport(const Scan& scan, const std::string& emptyText) {
+std::string textReport(const Scan& scan, const std::string& emptyText, const Layout& layout) {
     std::ostringstream out;
     if (scan.devices.empty() && scan.nodes.isEmpty()) {
         out << emptyText << "\n";
         return out.str();
     }
-    Printer(scan, out).print();
+    Printer(scan, layout, out).print();
     return out.str();
 }
 

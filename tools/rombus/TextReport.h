@@ -1,15 +1,17 @@
 #pragma once
 
 #include "Enumeration.h"
+#include "Terminal.h"
 
 #include <string>
 
 namespace rombus {
 
-// The device tree as a person reads it, at most about 100 columns wide: ports, nodes and the
+// The device tree as a person reads it, at most layout.width columns wide: ports, nodes and the
 // directories, leaves and immediate entries below them, each with its properties, then per node
-// its problem records; a summary at the end. emptyText is printed when there is no port.
-std::string textReport(const Scan& scan, const std::string& emptyText);
+// what the kernel says of it and its units, and its problem records; a summary at the end.
+// emptyText is printed when there is no port.
+std::string textReport(const Scan& scan, const std::string& emptyText, const Layout& layout = {});
 
 // A text as it is safe to show on a terminal: control characters, backslashes and bytes that are
 // not printable UTF-8 escaped (\xHH, \\); with asciiOnly, every byte above 7Fh as well (the text

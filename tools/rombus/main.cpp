@@ -1,9 +1,11 @@
 // rombus: reads the Configuration ROMs of IEEE 1394 nodes, from the machine's buses or from image
 // files, through the libRombus module, and prints the device tree and the problems found.
+#include "Capture.h"
 #include "Enumeration.h"
 #include "JsonReport.h"
 #include "Options.h"
 #include "Registry.h"
+#include "Terminal.h"
 #include "TextReport.h"
 #include "lib1394/ImageFile.h"
 #include "lib1394/RegularFile.h"
@@ -61,8 +63,9 @@ bool writeOut(const std::string& text) {
 }
 
 int report(const Scan& scan, const Options& options, const std::string& emptyText) {
-    const std::string text =
-        options.format == Format::Json ? jsonText(jsonReport(scan)) : textReport(scan, emptyText);
+    const std::string text = options.format == Format::Json
+                                 ? jsonText(jsonReport(scan))
+                                 : textReport(scan, emptyText, layoutOf(options.color));
     if (!writeOut(text))
         return ExitUsage;
     return hasProblems(scan) ? ExitProblems : ExitClean;
@@ -87,9 +90,23 @@ int runScan(const Options& options) {
     }
     auto bus = std::make_shared<lib1394::SysfsBus>(options.sysfsRoot, options.byteOrder);
     const Scan scan = enumerate(bus, settingsOf(options, registry));
-    return report(scan, options,
-                  "No FireWire devices under " + options.sysfsRoot +
-                      " (bus/firewire/devices lists no node).");
+    const int status = report(scan, options,
+                              "No FireWire devices under " + options.sysfsRoot +
+                                  " (bus/firewire/devices lists no node).");
+    if (options.saveRoms.empty())
+        return status;
+    const std::vector<std::string> problems =
+        saveRoms(bus->ports(), options.saveRoms, options.overwrite);
+    for (const std::string& problem : problems)
+        complain(problem);
+    return problems.empty() ? status : ExitUsage;
+}
+
+// An image file, or standard input for "-".
+lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order) {
+    if (path == "-")
+        return lib1394::readImageStream("standard input", stdin, order);
+    return lib1394::readImageFile(path, order);
 }
 
 int runCheck(const Options& options) {
@@ -99,7 +116,7 @@ int runCheck(const Options& options) {
     std::vector<lib1394::ImageFile> images;
     bool inputError = false;
     for (const std::string& path : options.files) {
-        lib1394::ImageFile image = lib1394::readImageFile(path, options.byteOrder);
+        lib1394::ImageFile image = readImage(path, options.byteOrder);
         if (image.ok()) {
             images.push_back(std::move(image));
         } else {
