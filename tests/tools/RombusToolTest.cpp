@@ -417,6 +417,20 @@ TEST_F(RombusTool, AHealthyRomLeavesStandardErrorEmptyAndStandardInputIsAnImage)
     EXPECT_EQ(piped.err, "");
 }
 
+TEST_F(RombusTool, AReadingThatFailsWithoutARecordSaysSo) {
+    // The root directory claims four entries and the image ends after one.
+    const std::string cut = write("cut.txt", "0404CFA4 31333934 E0648002 0030E000 00000009\n"
+                                             "00040000 030030E0\n");
+    const Outcome run = registered("check " + cut);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("    Status: read failed; no problem record says why"));
+    EXPECT_THAT(run.out, HasSubstr("1 node: 1 read failed."));
+    const json report = rombusJson("check " + cut, 1);
+    EXPECT_EQ(report["nodes"][0]["status"], "read failed");
+    EXPECT_EQ(report["nodes"][0]["messages"], json::array());
+    EXPECT_FALSE(report["ok"].get<bool>());
+}
+
 TEST_F(RombusTool, ImagesPast63GoOnToFurtherPorts) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
     std::string files;
