@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/DiagModule.h"
 #include "vesk5/SysInfoModule.h"
 #include "zul/String.h"
@@ -45,9 +47,9 @@ struct Declarations {
 extern const Declarations declared;
 
 // Registers the module with the framework, once however often it is called.
-void init();
+ROMBUS_API void init();
 // Nothing to do on this platform.
-void os_init();
+ROMBUS_API void os_init();
 
 // Sets a declared property's value and adds it to the device, when both exist.
 void publishProperty(vesk5::DeviceProperty* property, vesk5::SysInfoDevice* device, bool value);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "libRombus/Handles.h"
 #include "libRombus/Message.h"
 #include "zul/Array.h"
@@ -14,7 +16,7 @@ struct lib1394_enum_log {
 };
 
 // One node on one 1394 port: reads its Configuration ROM into its device and keeps the problems.
-class Lib1394SysInfo {
+class ROMBUS_API Lib1394SysInfo {
 public:
     Lib1394SysInfo(unsigned int port, unsigned int nodeId, DeviceHandle device);
     Lib1394SysInfo(const AccessorHandle& accessor, DeviceHandle device);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/ConfigROM.h"
 #include "libRombus/Message.h"
 #include "zul/Buffer.h"
@@ -8,7 +10,7 @@
 namespace libRombus {
 
 // Configuration ROM utilities: CRC-16, entry names and vendor names.
-class Lib1394Util {
+class ROMBUS_API Lib1394Util {
 public:
     // Accepts a block when the stored CRC, given with its two bytes exchanged, matches the CRC of
     // data[start, start + length) read in either byte order. A mismatch fills the record; its

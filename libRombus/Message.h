@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/DiagModule.h"
 #include "vesk5/SysInfoDevice.h"
 #include "zul/Array.h"
@@ -15,7 +17,7 @@ using MessageHandle = zul::SharedResource<zul::PointerStorage<vesk5::LocalizedSt
 enum Level : uint32_t { LevelProgress = 0, LevelWarning = 1, LevelError = 2 };
 
 // One recorded problem: a filled-in message, shared by every copy of the record, and its level.
-struct lib1394_log {
+struct ROMBUS_API lib1394_log {
     lib1394_log() = default;
     lib1394_log(const vesk5::LocalizedStringSpec* spec, uint32_t level);
 

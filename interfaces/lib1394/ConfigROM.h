@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "zul/Array.h"
 #include "zul/PointerStorage.h"
 #include "zul/SharedResource.h"
@@ -30,7 +32,7 @@ struct port_info_t {
 constexpr unsigned MaxRomSize = 1024;
 
 // Reads one node's Configuration ROM, bytes in ROM (bus) order. A bus derives from it.
-class ConfigROMAccessor {
+class ROMBUS_API ConfigROMAccessor {
 public:
     ConfigROMAccessor(unsigned port, uint64_t guid, bool accessible);
     virtual ~ConfigROMAccessor();
@@ -61,7 +63,7 @@ private:
 using AccessorHandle = zul::SharedResource<zul::PointerStorage<ConfigROMAccessor, 0, 3>, 0>;
 
 // A source of ROM accessors: the machine's buses, a set of image files, or memory.
-class Bus {
+class ROMBUS_API Bus {
 public:
     virtual ~Bus() = default;
     // The accessor for a node id on a port, for a port (node id 0) or for the port list
@@ -90,7 +92,7 @@ struct exhausted_node_t {
 // Once either is spent, the accessor's reads fail and the framework refuses entry devices (class
 // Firmware) until the next accessor is handed out: the entries still made from the block in hand
 // publish nothing and look no vendor up.
-class ConfigROMContext {
+class ROMBUS_API ConfigROMContext {
 public:
     static constexpr unsigned AllPorts = 0xFFFFFFFFu;
     static constexpr uint64_t DefaultReadBudget = 65536;

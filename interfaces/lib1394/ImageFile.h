@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/RomImageBus.h"
 
 #include <cstdio>
@@ -21,20 +23,20 @@ struct ImageFile {
     bool ok() const { return error.empty(); }
 };
 
-ImageFile readImageFile(const std::string& path, ByteOrder order = ByteOrder::Detect);
+ROMBUS_API ImageFile readImageFile(const std::string& path, ByteOrder order = ByteOrder::Detect);
 
 // Reads an image from a stream to its end (standard input, a pipe); name is used in the error
 // text only. Like a file, at most 1 MiB is taken.
-ImageFile readImageStream(const std::string& name, std::FILE* stream,
-                          ByteOrder order = ByteOrder::Detect);
+ROMBUS_API ImageFile readImageStream(const std::string& name, std::FILE* stream,
+                                     ByteOrder order = ByteOrder::Detect);
 
 // Decodes the contents of an image; name is used in the error text only.
-ImageFile decodeImage(const std::string& name, const std::string& content,
-                      ByteOrder order = ByteOrder::Detect);
+ROMBUS_API ImageFile decodeImage(const std::string& name, const std::string& content,
+                                 ByteOrder order = ByteOrder::Detect);
 
 // A bus whose nodes are the given images in order, MaxNodes to a port: image n is node n % 63 of
 // port n / 63. An image that could not be read is a node whose ROM is not accessible.
-class ImageFileBus : public RomImageBus {
+class ROMBUS_API ImageFileBus : public RomImageBus {
 public:
     // The most images one port takes: physical ids 0 to 62 (63 is the broadcast id).
     static constexpr size_t MaxNodes = 63;

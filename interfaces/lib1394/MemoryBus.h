@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/ConfigROM.h"
 
 #include <cstdint>
@@ -31,7 +33,7 @@ struct MemoryPort {
 
 // A bus whose ports and nodes a host program or a test builds in memory. Every read is bounded
 // by the image: a read reaching past its end gives the bytes up to the end, and no more.
-class MemoryBus : public Bus {
+class ROMBUS_API MemoryBus : public Bus {
 public:
     MemoryPort& addPort();
     MemoryNode& addNode(size_t port, std::vector<uint8_t> image, uint64_t guid = 0);

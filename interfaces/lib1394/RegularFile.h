@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include <cstddef>
 #include <string>
 
@@ -17,10 +19,11 @@ struct RegularFile {
     bool ok() const { return error.empty(); }
 };
 
-RegularFile readRegularFile(const std::string& path, size_t limit, bool truncate = false);
+ROMBUS_API RegularFile readRegularFile(const std::string& path, size_t limit,
+                                       bool truncate = false);
 
 // Why a path cannot be read as a regular file ("is a FIFO, not a regular file"), or empty when it
 // is one that can be opened.
-std::string notRegularFile(const std::string& path);
+ROMBUS_API std::string notRegularFile(const std::string& path);
 
 } // namespace lib1394

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/ConfigROM.h"
 
 #include <cstdint>
@@ -13,7 +15,7 @@ namespace lib1394 {
 enum class ByteOrder { Detect, Big, Little };
 
 // Exchanges the bytes of every whole quadlet; bytes after the last whole quadlet stay as they are.
-void swapQuadlets(std::vector<uint8_t>& bytes);
+ROMBUS_API void swapQuadlets(std::vector<uint8_t>& bytes);
 
 // One node whose Configuration ROM was read ahead into memory, bytes in ROM (bus) order.
 struct RomNode {
@@ -39,7 +41,7 @@ struct RomPort {
 
 // A bus made of ports whose node ROMs are already read. Node ids take the form FFC0h | node
 // number (local bus, physical id in the low six bits); node id 0 stands for the port itself.
-class RomImageBus : public Bus {
+class ROMBUS_API RomImageBus : public Bus {
 public:
     explicit RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes = {});
 
@@ -55,7 +57,7 @@ private:
 
 // Reads one ROM image held in memory. A read never leaves the image: it gives the bytes from
 // the offset up to the image's end, and nothing at or past the end.
-class RomImageAccessor : public ConfigROMAccessor {
+class ROMBUS_API RomImageAccessor : public ConfigROMAccessor {
 public:
     RomImageAccessor(unsigned port, const RomNode& node);
     unsigned readBlock(unsigned offset, unsigned length, void* buffer) override;
@@ -65,7 +67,7 @@ private:
 };
 
 // The accessor of the port list (port FFFFFFFFh): reports every port with its nodes' ids.
-class PortListAccessor : public ConfigROMAccessor {
+class ROMBUS_API PortListAccessor : public ConfigROMAccessor {
 public:
     explicit PortListAccessor(const std::vector<RomPort>& ports);
     bool getPortInfo(zul::Array<port_info_t>& ports) override;
@@ -75,6 +77,6 @@ private:
 };
 
 // The unique id stored in a ROM's bus information block (bytes 12 to 19), 0 when it is shorter.
-uint64_t guidOfRom(const std::vector<uint8_t>& rom);
+ROMBUS_API uint64_t guidOfRom(const std::vector<uint8_t>& rom);
 
 } // namespace lib1394

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/RomImageBus.h"
 
 #include <string>
@@ -20,7 +22,7 @@ struct SysfsView {
 // devices fwN.M are not nodes. A port is a controller: the nodes whose device folders share one
 // parent folder. Ports are ordered by their lowest N, the nodes of a port by N, and a port holds
 // at most 63 nodes (physical ids 0 to 62). The tree is read once, when the bus is made.
-class SysfsBus : public RomImageBus {
+class ROMBUS_API SysfsBus : public RomImageBus {
 public:
     // The most nodes one port holds: physical ids 0 to 62 (63 is the broadcast id).
     static constexpr size_t MaxNodes = 63;

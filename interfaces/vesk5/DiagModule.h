@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/Event.h"
 
 #include <vector>
@@ -7,7 +9,7 @@
 namespace vesk5 {
 
 // The diagnostics side of the framework: events, library registration and reports.
-class DiagModule {
+class ROMBUS_API DiagModule {
 public:
     enum class Severity { Progress, Warning, Error };
 

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/LocalizedString.h"
 
 namespace vesk5 {
 
 // A declared event. Its variables hold the last value set under each name; its text is the
 // template of the same id filled from them.
-class Event {
+class ROMBUS_API Event {
 public:
     explicit Event(const VeskString& name) : name_(name) {}
 

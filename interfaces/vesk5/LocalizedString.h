@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/Types.h"
 
 #include <utility>
@@ -8,7 +10,7 @@
 namespace vesk5 {
 
 // Named values, kept in the order first set; setting a name again replaces its value.
-class Variables {
+class ROMBUS_API Variables {
 public:
     void set(const VeskString& name, const Value& value);
     const Value* find(const VeskString& name) const;
@@ -23,7 +25,7 @@ private:
 class LocalizedStringSpec;
 
 // A message made from a template, whose placeholders are filled from its variables.
-class LocalizedString {
+class ROMBUS_API LocalizedString {
 public:
     explicit LocalizedString(const LocalizedStringSpec& spec);
     virtual ~LocalizedString();
@@ -46,7 +48,7 @@ private:
 
 // A message template: an id and English text with {name} placeholders. A spec is known to the
 // framework by its id for its whole life, so that events of the same name find their text.
-class LocalizedStringSpec {
+class ROMBUS_API LocalizedStringSpec {
 public:
     LocalizedStringSpec(const VeskString& id, const VeskString& templateText);
     ~LocalizedStringSpec();

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/Types.h"
 
 namespace vesk5 {
 
 // A typed configuration value declared by a module and set by the host program. Until it is
 // set, it holds the empty value of its type (an empty string, 0 or false).
-class Parameter {
+class ROMBUS_API Parameter {
 public:
     Parameter(const VeskString& name, const DataType& type);
 
@@ -22,7 +24,7 @@ private:
 };
 
 // A declared device property. Its value is set just before the property is added to a device.
-class DeviceProperty {
+class ROMBUS_API DeviceProperty {
 public:
     DeviceProperty(const VeskString& name, const PropertyCategory& category, const DataType& type,
                    const DeviceCapability& capability);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/Parameter.h"
 
 #include <vector>
@@ -8,7 +10,7 @@ namespace vesk5 {
 
 // A system-information device. Devices made by createGeneric belong to the framework: whatever
 // the creator does not destroy itself is destroyed by SysInfoModule::reset or at process end.
-class SysInfoDevice {
+class ROMBUS_API SysInfoDevice {
 public:
     static constexpr unsigned NullIndex = 0xFFFFFFFFu;
 

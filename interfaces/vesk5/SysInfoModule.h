@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/SysInfoDevice.h"
 
 #include <vector>
@@ -7,7 +9,7 @@
 namespace vesk5 {
 
 // The system-information side of the framework: declarations, and the devices published to it.
-class SysInfoModule {
+class ROMBUS_API SysInfoModule {
 public:
     static Parameter* createParameter(const VeskString& name, const DataType& type,
                                       const VeskString& text, bool, bool);

@@ -1,12 +1,14 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "vesk5/VeskString.h"
 
 #include <cstdint>
 
 namespace vesk5 {
 
-class DataType {
+class ROMBUS_API DataType {
 public:
     enum Id { String, Uint32, Boolean };
 
@@ -24,7 +26,7 @@ private:
 };
 
 // A set of property categories; operator| makes the union.
-class PropertyCategory {
+class ROMBUS_API PropertyCategory {
 public:
     static const PropertyCategory& Internal();
     static const PropertyCategory& ParentKey();
@@ -35,7 +37,9 @@ public:
     PropertyCategory operator|(const PropertyCategory& other) const {
         return PropertyCategory(bits_ | other.bits_);
     }
-    bool contains(const PropertyCategory& other) const { return (bits_ & other.bits_) == other.bits_; }
+    bool contains(const PropertyCategory& other) const {
+        return (bits_ & other.bits_) == other.bits_;
+    }
     uint32_t bits() const { return bits_; }
 
 private:
@@ -43,7 +47,7 @@ private:
     uint32_t bits_;
 };
 
-class DeviceCapability {
+class ROMBUS_API DeviceCapability {
 public:
     static const DeviceCapability& IEEE1394();
     static const DeviceCapability& Firmware();
@@ -60,7 +64,7 @@ private:
 };
 
 // A typed value: a boolean, an unsigned 32-bit number or a string.
-class Value {
+class ROMBUS_API Value {
 public:
     Value() : type_(DataType::String) {}
     explicit Value(bool value) : type_(DataType::Boolean), number_(value) {}

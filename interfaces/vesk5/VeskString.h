@@ -1,12 +1,14 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "zul/Log.h"
 #include "zul/String.h"
 
 namespace vesk5 {
 
 // The framework's string: UTF-8 text, convertible to and from the common library's String.
-class VeskString {
+class ROMBUS_API VeskString {
 public:
     VeskString() = default;
     VeskString(const char* text) : text_(text) {}

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "zul/Api.h"
+
 namespace zul {
 
 // Reports a broken invariant on standard error and aborts the process.
-[[noreturn]] void assertionFailed(const char* condition, const char* file, int line);
+[[noreturn]] ROMBUS_API void assertionFailed(const char* condition, const char* file, int line);
 
 } // namespace zul
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "zul/String.h"
 
 #include <cstdint>
@@ -18,7 +20,7 @@ enum LOGGER_PRIORITY : unsigned {
 };
 
 // The text of one log line, built piece by piece.
-class LoggerStream {
+class ROMBUS_API LoggerStream {
 public:
     LoggerStream& operator+(const char* text);
     LoggerStream& operator+(const String& text);
@@ -33,7 +35,7 @@ private:
 
 // A named logger. Its own priority is set by name through LogFactory or directly; the resolved
 // priority is the one configured for the nearest enclosing name ("a.b" encloses "a.b.c").
-class Logger {
+class ROMBUS_API Logger {
 public:
     explicit Logger(String name) : name_(std::move(name)) {}
 
@@ -52,7 +54,7 @@ private:
 // Receives every line that passes the gates: logger name, priority and text.
 using LogSink = std::function<void(const String& logger, unsigned priority, const String& text)>;
 
-class LogFactory {
+class ROMBUS_API LogFactory {
 public:
     static unsigned getPriority();
     static void setPriority(unsigned priority);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "zul/String.h"
 
 #include <cstddef>
@@ -17,7 +19,7 @@ struct CompiledPattern;
 // A pattern is compiled once per process: every Regex made later from the same pattern and
 // options shares that compiled code, so a Regex made for each use costs a table look-up, not a
 // compilation (PCRE2 lets any number of matchers use one compiled pattern at once).
-class Regex {
+class ROMBUS_API Regex {
 public:
     explicit Regex(const String& pattern, uint32_t options = 0);
     ~Regex();
@@ -38,7 +40,7 @@ private:
 
 // Matches a Regex against subjects, reusing one block of match data. A match is anchored at the
 // start of the subject and need not reach its end.
-class Matcher {
+class ROMBUS_API Matcher {
 public:
     explicit Matcher(const Regex& regex);
     ~Matcher();

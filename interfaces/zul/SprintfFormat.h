@@ -1,11 +1,13 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "zul/String.h"
 
 namespace zul {
 
 // printf-style formatting into a String: zul::String s = zul::SprintfFormat("%Xh", 0x404u);
-class SprintfFormat {
+class ROMBUS_API SprintfFormat {
 public:
     explicit SprintfFormat(const char* format, ...) __attribute__((format(printf, 2, 3)));
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -7,7 +9,7 @@
 namespace zul {
 
 // UTF-8 text. Bytes are kept as given; nothing is converted or validated.
-class String {
+class ROMBUS_API String {
 public:
     String() = default;
     String(const char* text) : text_(text ? text : "") {}
