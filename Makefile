@@ -1,20 +1,23 @@
-# The one way in: every target sets up what it needs, then drives CMake.
+# The one way in: every target sets up what its kind of work needs (scripts/setup), then drives
+# CMake. A plain build makes the libraries and the tool; the tests, benchmarks and fuzzers are
+# switched on by the targets that need them.
 BUILD ?= build
 JOBS ?= 2
+PREFIX ?= /usr/local
+CMAKE_FLAGS = -DCMAKE_BUILD_TYPE=RelWithDebInfo
 
-.PHONY: setup configure build test run sample clean
+.PHONY: build test run sample install package package-check clean
 
-setup:
-	@scripts/setup
-
-configure: setup
-	@cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo > /dev/null
-
-build: configure
+build:
+	@scripts/setup run
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) -DBUILD_TESTING=OFF -DROMBUS_BENCH=OFF > /dev/null
 	@cmake --build $(BUILD) -j$(JOBS)
 
 # Every test three times, in random order: a test that depends on another or on its order fails.
-test: build
+test:
+	@scripts/setup test
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) -DBUILD_TESTING=ON > /dev/null
+	@cmake --build $(BUILD) -j$(JOBS)
 	@cd $(BUILD) && ctest --output-on-failure -j$(JOBS) --repeat until-fail:3 --schedule-random
 
 # Shows the bundled sample bus: two ports, well-formed nodes and one of each kind of problem.
@@ -26,8 +29,26 @@ run: build
 sample: build
 	@rm -rf examples/sysfs && $(BUILD)/bin/make-sample examples/sysfs
 
+# Installs under PREFIX (/usr/local), below DESTDIR when it is set: make install DESTDIR=/tmp/r
+install: build
+	@cmake --install $(BUILD) --prefix $(PREFIX)
+
+# The Debian package, in build-package/: make package; dpkg -i build-package/rombus_*.deb
+PACKAGE_BUILD ?= build-package
+package:
+	@scripts/setup package
+	@cmake -S . -B $(PACKAGE_BUILD) $(CMAKE_FLAGS) -DBUILD_TESTING=OFF -DROMBUS_BENCH=OFF \
+	    -DCMAKE_INSTALL_PREFIX=/usr > /dev/null
+	@cmake --build $(PACKAGE_BUILD) -j$(JOBS)
+	@cd $(PACKAGE_BUILD) && cpack -G DEB > /dev/null && ls rombus_*.deb
+
+# What CI proves of the package: unpacked into a temporary root (the machine untouched), its
+# tool reads the sample bus and a consumer program builds against its CMake package and runs.
+package-check: package
+	@scripts/package-check $(PACKAGE_BUILD)
+
 clean:
-	rm -rf $(BUILD)
+	rm -rf $(BUILD) $(PACKAGE_BUILD)
 
 # Proof under fire: fuzzing, sanitizers, leak checks and benchmarks, each in a build folder of
 # its own so that none disturbs the others.
@@ -42,8 +63,9 @@ SANITIZE_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks
 .PHONY: fuzz-build fuzz fuzz-smoke fuzz-corpus sanitize valgrind bench
 
 # The libFuzzer targets, with clang 14 and every library instrumented.
-fuzz-build: setup
-	@cmake -S . -B $(FUZZ_BUILD) -DROMBUS_FUZZ=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+fuzz-build:
+	@scripts/setup fuzz
+	@cmake -S . -B $(FUZZ_BUILD) -DROMBUS_FUZZ=ON -DBUILD_TESTING=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	    -DCMAKE_CXX_COMPILER=clang++-14 \
 	    "-DCMAKE_CXX_FLAGS=$(FUZZ_FLAGS)" > /dev/null
 	@cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzzers make-corpus
@@ -62,16 +84,21 @@ fuzz-corpus: fuzz-build
 
 # The whole test suite built with AddressSanitizer and UndefinedBehaviorSanitizer; any report
 # stops the test that made it.
-sanitize: setup
-	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+sanitize:
+	@scripts/setup sanitize
+	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON \
 	    "-DCMAKE_CXX_FLAGS=$(SANITIZE_FLAGS)" "-DCMAKE_C_FLAGS=$(SANITIZE_FLAGS)" > /dev/null
 	@$(SANITIZE_ENV) cmake --build $(ASAN_BUILD) -j$(JOBS)
 	@cd $(ASAN_BUILD) && $(SANITIZE_ENV) ctest --output-on-failure -j$(JOBS)
 
 # The built tool under valgrind memcheck: the sample bus and every seed ROM and image.
 valgrind: build
+	@scripts/setup valgrind
 	@scripts/valgrind $(BUILD)
 
 # The benchmarks and the whole-process timing; the figures go in bench/README.md.
-bench: build
+bench:
+	@scripts/setup bench
+	@cmake -S . -B $(BUILD) $(CMAKE_FLAGS) -DROMBUS_BENCH=ON > /dev/null
+	@cmake --build $(BUILD) -j$(JOBS)
 	@bench/run $(BUILD)

@@ -34,10 +34,21 @@ install(FILES ${CMAKE_BINARY_DIR}/RombusConfig.cmake ${CMAKE_BINARY_DIR}/RombusC
 configure_file(cmake/rombus.pc.in ${CMAKE_BINARY_DIR}/rombus.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/rombus.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(FILES doc/rombus.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+# The man page and the changelog compressed as Debian keeps them (gzip -9n: no name, no time).
+foreach(document rombus.1 changelog)
+    add_custom_command(OUTPUT ${CMAKE_BINARY_DIR}/doc/${document}.gz
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/doc
+        COMMAND gzip -9n -c ${PROJECT_SOURCE_DIR}/doc/${document} > ${CMAKE_BINARY_DIR}/doc/${document}.gz
+        DEPENDS ${PROJECT_SOURCE_DIR}/doc/${document}
+        VERBATIM)
+endforeach()
+add_custom_target(rombus_documents ALL
+    DEPENDS ${CMAKE_BINARY_DIR}/doc/rombus.1.gz ${CMAKE_BINARY_DIR}/doc/changelog.gz)
+install(FILES ${CMAKE_BINARY_DIR}/doc/rombus.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES doc/rombus.bash-completion DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME rombus)
 if(TARGET rombus_registry)
     install(FILES ${ROMBUS_REGISTRY} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus)
 endif()
 install(FILES doc/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES ${CMAKE_BINARY_DIR}/doc/changelog.gz DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -5,14 +5,12 @@ set(CPACK_PACKAGE_VENDOR "Rombus")
 set(CPACK_PACKAGE_CONTACT "Rombus developers <rombus@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "IEEE 1394 Configuration ROM reader and checker")
 set(CPACK_PACKAGE_DESCRIPTION
-    "rombus reads the Configuration ROM of every node of the machine's FireWire buses, or of\n"
-    "ROM image files, decodes it by the IEEE 1212 rules, verifies every CRC-16 and the bus\n"
-    "name, checks each directory's entries, names vendors from the IEEE registry and\n"
-    "reports every problem per node, as text or JSON. The package also holds the libraries\n"
-    "and headers for diagnostics programs that link the module.")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "${CPACK_PACKAGE_DESCRIPTION_SUMMARY}\n ${CPACK_PACKAGE_DESCRIPTION}")
-string(REPLACE "\n" "\n " CPACK_DEBIAN_PACKAGE_DESCRIPTION "${CPACK_DEBIAN_PACKAGE_DESCRIPTION}")
+    "rombus reads the Configuration ROM of every node of the machine's FireWire\n"
+    "buses, or of ROM image files, decodes it by the IEEE 1212 rules, verifies\n"
+    "every CRC-16 and the bus name, checks each directory's entries, names vendors\n"
+    "from the IEEE registry and reports every problem per node, as text or JSON.\n"
+    "The package also holds the libraries and headers for diagnostics programs\n"
+    "that link the module.")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -20,6 +18,10 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 # package itself.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/bin)
+# A shlibs file for the libraries, so that packages linking them get their Depends.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+# The dynamic linker's cache is renewed by dpkg's trigger when the libraries come or go.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 if(NOT TARGET rombus_registry)
     set(CPACK_DEBIAN_PACKAGE_RECOMMENDS ieee-data)
 endif()
