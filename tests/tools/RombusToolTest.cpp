@@ -431,6 +431,24 @@ TEST_F(RombusTool, AReadingThatFailsWithoutARecordSaysSo) {
     EXPECT_FALSE(report["ok"].get<bool>());
 }
 
+TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
+    // The golden SBP-2 disk reads without a record; its cycle clock accuracy of 255 is reserved.
+    const std::string disk = ROMBUS_SOURCE_DIR "/tests/roms/sbp2-disk.hex";
+    const Outcome run = registered("check " + disk);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_THAT(run.out, HasSubstr("    1 advisory (beside the module's records):\n      advisory "
+                                   "8h: cyc_clk_acc 255 is not an accuracy"));
+    EXPECT_THAT(run.out, HasSubstr("Unit 0 at 3Ch  SBP-2 (storage)"));
+    EXPECT_EQ(registered("--strict check " + disk).status, 1);
+    const json report = rombusJson("check " + disk, 0);
+    EXPECT_TRUE(report["ok"].get<bool>());
+    EXPECT_EQ(report["nodes"][0]["advisories"][0]["kind"], "reserved-bus-option");
+    EXPECT_EQ(report["nodes"][0]["units"][0]["protocol"], "SBP-2 (storage)");
+    const Outcome dump = registered("-x check " + disk);
+    EXPECT_THAT(dump.out, HasSubstr("    ROM:\n000  FFFFF0000400  0404"));
+    expectWithin100Columns(dump.out);
+}
+
 TEST_F(RombusTool, ImagesPast63GoOnToFurtherPorts) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
     std::string files;
@@ -447,11 +465,13 @@ TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     const Outcome run = registered("scan --sysfs " + sample);
     EXPECT_THAT(
         run.out,
-        HasSubstr("    Kernel: vendor_name \"Rombus Sample Works\"\n    Unit 0 at 48h  driver "
-                  "firewire_sbp2  ieee1394:ven000030E0mo00000934sp0000609Ever00010483\n"));
+        HasSubstr(
+            "    Kernel: vendor_name \"Rombus Sample Works\"\n    Unit 0 at 48h  SBP-2 (storage)  "
+            "driver firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483\n"));
     // The unit directory of fw5 has no model id, nor has its root: the kernel writes zeros.
-    EXPECT_THAT(run.out, HasSubstr("    Unit 0 at 24h  no driver bound  "
-                                   "ieee1394:ven000030E0mo00000000sp0000609Ever00010483\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("    Unit 0 at 24h  SBP-2 (storage)  no driver bound\n"
+                          "        ieee1394:ven000030E0mo00000000sp0000609Ever00010483\n"));
     const json report = rombusJson("scan --sysfs " + sample, 1);
     EXPECT_EQ(report["nodes"][1]["source"], "fw1");
     EXPECT_EQ(report["nodes"][1]["units"][0]["driver"], "firewire_sbp2");

@@ -92,10 +92,24 @@ Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settin
     scan.reports = vesk5::DiagModule::reports();
     scan.nodeFailed = markFailures(scan.nodes, failures);
     scan.nodeExhausted = markExhausted(scan.ports, scan.nodes.size());
+    for (size_t i = 0; i < scan.nodes.size(); ++i) {
+        const lib1394::RomNode* node = romNodeOf(scan, i);
+        scan.decoded.push_back(decode::decodeRom(node ? node->rom : std::vector<uint8_t>()));
+        scan.advisories.push_back(
+            node ? advisoriesOf(scan.decoded.back(), *node, scan.nodes[i].messages)
+                 : std::vector<Advisory>());
+    }
 
     zul::LogFactory::setSink(nullptr);
     lib1394::ConfigROMContext::installBus(nullptr);
     return scan;
+}
+
+bool hasAdvisories(const Scan& scan) {
+    for (const auto& found : scan.advisories)
+        if (!found.empty())
+            return true;
+    return false;
 }
 
 const lib1394::RomNode* romNodeOf(const Scan& scan, size_t node) {

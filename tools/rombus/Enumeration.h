@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Advisories.h"
+#include "RomDecoder.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Lib1394SysInfo.h"
 #include "vesk5/DiagModule.h"
@@ -33,6 +35,10 @@ struct Scan {
     // notes per node; and what it skipped or could not take as it stood.
     std::vector<lib1394::RomPort> ports;
     std::vector<std::string> notes;
+    // Per node, in order: its ROM decoded on the decoder's own terms, and what that shows
+    // beyond the module's records.
+    std::vector<decode::DecodedRom> decoded;
+    std::vector<std::vector<Advisory>> advisories;
 };
 
 // Installs the bus, sets the module's parameters and the log gate, and enumerates every node.
@@ -51,5 +57,7 @@ const char* statusName(NodeStatus status);
 
 // Whether any node has a problem record or could not be read.
 bool hasProblems(const Scan& scan);
+// Whether the decoder found anything the module does not report.
+bool hasAdvisories(const Scan& scan);
 
 } // namespace rombus

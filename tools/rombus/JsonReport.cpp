@@ -1,6 +1,8 @@
 #include "JsonReport.h"
 
+#include "NodeDevices.h"
 #include "RomWalk.h"
+#include "UnitTypes.h"
 #include "libRombus/Lib1394Util.h"
 
 #include <algorithm>
@@ -87,6 +89,19 @@ json busOptions(const std::vector<uint8_t>& rom) {
             {"linkSpeed", options->linkSpeed}};
 }
 
+std::string protocolOf(const decode::UnitIds& unit) {
+    const char* protocol = decode::unitProtocol(unit.specifier, unit.version);
+    return protocol ? protocol : decode::UnknownUnitType;
+}
+
+json advisories(const std::vector<Advisory>& found) {
+    json out = json::array();
+    for (const Advisory& advisory : found)
+        out.push_back(
+            {{"offset", advisory.offset}, {"kind", advisory.kind}, {"text", advisory.text}});
+    return out;
+}
+
 json units(const lib1394::RomNode& node) {
     json out = json::array();
     const auto found = decode::unitsOf(node.rom);
@@ -97,43 +112,13 @@ json units(const lib1394::RomNode& node) {
                        {"modelId", unit.model},
                        {"specifierId", unit.specifier},
                        {"version", unit.version},
+                       {"protocol", protocolOf(unit)},
                        {"modalias", decode::modalias(unit)},
                        {"driver", i < node.unitDrivers.size() ? textOrNull(node.unitDrivers[i])
                                                               : json(nullptr)}});
     }
     return out;
 }
-
-// The module's devices of one node by their locators, to name what it published for an entry.
-class NodeDevices {
-public:
-    NodeDevices(const Scan& scan, unsigned port, uint64_t guid) {
-        char prefix[64];
-        std::snprintf(prefix, sizeof prefix, "IEEE1394NODE:%u:0x%016llx:", port,
-                      static_cast<unsigned long long>(guid));
-        prefix_ = prefix;
-        for (const auto& device : scan.devices) {
-            const std::string& locator = device.hwLocator().zulString().str();
-            if (locator.rfind(prefix_, 0) == 0)
-                byLocator_.emplace(locator.substr(prefix_.size()), &device);
-        }
-    }
-
-    // The text of a property of the device published at "WORD@address", or null.
-    json property(const char* word, uint32_t offset, const char* name) const {
-        char at[48];
-        std::snprintf(at, sizeof at, "%s@%llx", word,
-                      static_cast<unsigned long long>(RomBase + offset));
-        const auto found = byLocator_.find(at);
-        const auto* value = found == byLocator_.end() ? nullptr : found->second->findProperty(name);
-        return value ? json(value->value.valueString().zulString().str()) : json(nullptr);
-    }
-
-private:
-    static constexpr uint64_t RomBase = 0xFFFFF0000400ull;
-    std::string prefix_;
-    std::map<std::string, const vesk5::SysInfoDevice*> byLocator_;
-};
 
 json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devices) {
     static const char* const types[] = {"immediate", "csr offset", "leaf", "directory"};
@@ -144,7 +129,8 @@ json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devi
             {uint8_t(entry.value >> 16), uint8_t(entry.value >> 8), uint8_t(entry.value)}};
         json vendor = nullptr;
         if (entry.type() == 0)
-            vendor = devices.property("IMMEDIATE", entry.offset, "VendorName");
+            if (const auto name = devices.property("IMMEDIATE", entry.offset, "VendorName"))
+                vendor = *name;
         out.push_back({{"offset", entry.offset},
                        {"key", entry.key},
                        {"type", types[entry.type()]},
@@ -180,7 +166,8 @@ json node(const Scan& scan, size_t index, unsigned port) {
         {"kernel",
          {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
         {"units", units(bus)},
-        {"entries", entries(decode::walkRoot(bus.rom), NodeDevices(scan, port, bus.guid))}};
+        {"advisories", advisories(scan.advisories[index])},
+        {"entries", entries(scan.decoded[index].root, NodeDevices(scan.devices, port, bus.guid))}};
 }
 
 const char* severityName(vesk5::DiagModule::Severity severity) {

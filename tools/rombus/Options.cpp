@@ -70,6 +70,12 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
                    "NO_COLOR is set; the default), always or never")
         ->type_name("WHEN")
         ->check(CLI::IsMember({"auto", "always", "never"}).description(""));
+    app.add_flag("-x,--dump", options.dump,
+                 "After each node, its ROM quadlet by quadlet: offset, CSR address, value and\n"
+                 "meaning, with every CRC's verdict and the records and advisories beside");
+    app.add_flag("--strict", options.strict,
+                 "Exit with 1 also when the decoder finds advisories (what the module does\n"
+                 "not report: byte-reversed CRCs, lengths past the ROM, reserved values...)");
     app.add_flag("-v,--verbose", names.verbosity,
                  "Show the module's log lines on standard error: -v failures, -vv problems\n"
                  "too, -vvv every detail");

@@ -24,6 +24,8 @@ struct Options {
     unsigned crcLevel = 2;
     Format format = Format::Text;
     Color color = Color::Auto;
+    bool dump = false;     // the annotated ROM dump of every node
+    bool strict = false;   // advisories count as problems in the exit status
     unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
     std::string importFrom; // empty: the ieee-data registry

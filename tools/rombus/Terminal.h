@@ -10,6 +10,7 @@ namespace rombus {
 struct Layout {
     size_t width = 100;
     bool color = false;
+    bool dump = false; // every node's annotated ROM dump after its records
 };
 
 // On a terminal: the width of COLUMNS when it holds a number, else the terminal's, and never

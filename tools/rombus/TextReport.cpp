@@ -1,7 +1,9 @@
 #include "TextReport.h"
 
 #include "DeviceTree.h"
+#include "Dump.h"
 #include "RomWalk.h"
+#include "UnitTypes.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,6 +18,12 @@ constexpr size_t Step = 2;
 // Deeper levels are not indented further, but marked with their level.
 constexpr size_t MaxIndentLevel = 20;
 constexpr uint64_t RomBase = 0xFFFFF0000400ull;
+
+std::string format(const char* pattern, unsigned value) {
+    char text[32];
+    std::snprintf(text, sizeof text, pattern, value);
+    return text;
+}
 
 std::string hex(uint32_t value, int digits) {
     char text[16];
@@ -201,7 +209,9 @@ private:
             char head[48];
             std::snprintf(head, sizeof head, "Unit %zu at %Xh  ", i,
                           static_cast<unsigned>(units[i].directory));
-            std::string line = head;
+            const char* protocol = decode::unitProtocol(units[i].specifier, units[i].version);
+            std::string line =
+                head + std::string(protocol ? protocol : decode::UnknownUnitType) + "  ";
             if (i < rom->unitDrivers.size())
                 line += rom->unitDrivers[i].empty()
                             ? "no driver bound  "
@@ -299,6 +309,25 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
+        printRecords(messages, indent);
+        printAdvisories(scan_.advisories[k], indent);
+        if (layout_.dump)
+            out_ << wrap("ROM:", indent, indent) << dumpNode(scan_, k, layout_.width);
+    }
+
+    void printAdvisories(const std::vector<Advisory>& advisories, size_t indent) {
+        if (advisories.empty())
+            return;
+        out_ << wrap(std::to_string(advisories.size()) +
+                         (advisories.size() == 1 ? " advisory" : " advisories") +
+                         " (beside the module's records):",
+                     indent, indent);
+        for (const Advisory& advisory : advisories)
+            out_ << wrap(format("advisory %Xh: ", advisory.offset) + escaped(advisory.text, false),
+                         indent + Step, indent + Step + 9);
+    }
+
+    void printRecords(const libRombus::Messages& messages, size_t indent) {
         if (messages.isEmpty())
             return;
         out_ << wrap(std::to_string(messages.size()) +

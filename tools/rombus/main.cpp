@@ -63,12 +63,14 @@ bool writeOut(const std::string& text) {
 }
 
 int report(const Scan& scan, const Options& options, const std::string& emptyText) {
-    const std::string text = options.format == Format::Json
-                                 ? jsonText(jsonReport(scan))
-                                 : textReport(scan, emptyText, layoutOf(options.color));
+    Layout layout = layoutOf(options.color);
+    layout.dump = options.dump;
+    const std::string text = options.format == Format::Json ? jsonText(jsonReport(scan))
+                                                            : textReport(scan, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
-    return hasProblems(scan) ? ExitProblems : ExitClean;
+    const bool failed = hasProblems(scan) || (options.strict && hasAdvisories(scan));
+    return failed ? ExitProblems : ExitClean;
 }
 
 Settings settingsOf(const Options& options, const std::string& registry) {

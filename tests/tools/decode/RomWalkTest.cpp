@@ -1,4 +1,8 @@
 #include "RomWalk.h"
+#include "RomDecoder.h"
+#include "libRombus/Declarations.h"
+#include "libRombus/Lib1394Util.h"
+#include "vesk5/SysInfoModule.h"
 
 #include "rombus_support/RomLayout.h"
 
@@ -85,6 +89,42 @@ TEST(RomWalk, UnitsTakeTheRootsIdsWhereTheirOwnAreMissing) {
     // The root's specifier id stands where the unit has none.
     EXPECT_EQ(rombus::decode::modalias(units[1]),
               "ieee1394:ven00ACDE48mo00000042sp00000001ver00000002");
+}
+
+} // namespace
+
+namespace {
+
+TEST(RomDecoder, TheCrcOfEveryBlockIsTheOneTheModuleAccepts) {
+    // IEEE 1212's own example: the bytes 31h to 38h give 9015h.
+    EXPECT_EQ(rombus::decode::crc16({0x31323334, 0x35363738}), 0x9015);
+    RomLayout layout;
+    layout.directory(
+        {RomLayout::immediate(0x03, 0x00A027), RomLayout::ref(0x81, 1), RomLayout::ref(0xD1, 2)});
+    layout.textLeaf("A name of some length");
+    layout.directory({RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x13, 1)});
+    std::vector<uint8_t> rom = layout.image();
+    // Spoil every stored CRC: the decoder's value must still be the block's own.
+    for (uint32_t offset : {0u, layout.offsetOf(0), layout.offsetOf(1), layout.offsetOf(2)})
+        rom[offset + 3] ^= 0xFF;
+    const auto decoded = rombus::decode::decodeRom(rom);
+    ASSERT_EQ(decoded.blocks.size(), 4u);
+    vesk5::SysInfoModule::findParameter("CRCMismatchLogLevel")->setValue(vesk5::Value(2u));
+    for (const auto& block : decoded.blocks) {
+        EXPECT_FALSE(block.crcOk());
+        zul::Buffer<unsigned char> body(4 * block.declared);
+        std::copy_n(rom.begin() + block.offset + 4, 4 * block.declared, body.data());
+        const auto exchanged = [](uint16_t crc) {
+            return static_cast<unsigned short>(crc << 8 | crc >> 8);
+        };
+        libRombus::lib1394_log record;
+        EXPECT_TRUE(libRombus::Lib1394Util::verifyCRC16(
+            exchanged(block.crc), body, 0, 4 * block.declared, block.offset + 4, "block", record));
+        EXPECT_TRUE(record.message.isEmpty());
+        EXPECT_FALSE(libRombus::Lib1394Util::verifyCRC16(exchanged(block.storedCrc), body, 0,
+                                                         4 * block.declared, block.offset + 4,
+                                                         "block", record));
+    }
 }
 
 } // namespace
