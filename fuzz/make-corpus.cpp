@@ -1,8 +1,8 @@
 // Writes the seed corpus of the fuzz targets: well-formed ROMs and one ROM of each malformed kind,
 // the image-file forms of them, and small registries. Run by `make fuzz-corpus`; the files it
 // writes are kept in the repository under fuzz/corpus/<target>/.
-#include "rombus_support/TypicalRom.h"
 #include "FuzzInput.h"
+#include "rombus_support/TypicalRom.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -19,13 +19,20 @@ using Bytes = std::vector<uint8_t>;
 
 fs::path root;
 
-void write(const std::string& target, const std::string& name, uint8_t mode, const Bytes& data) {
-    const fs::path folder = root / target;
-    fs::create_directories(folder);
-    std::ofstream out(folder / name, std::ios::binary | std::ios::trunc);
-    out.put(static_cast<char>(mode));
+void writeBytes(const fs::path& file, const std::string& prefix, const Bytes& data) {
+    fs::create_directories(file.parent_path());
+    std::ofstream out(file, std::ios::binary | std::ios::trunc);
+    out << prefix;
     out.write(reinterpret_cast<const char*>(data.data()),
               static_cast<std::streamsize>(data.size()));
+}
+
+// A seed of a target, its mode byte first. Every ROM seed is also a seed of the decode target,
+// which takes the ROM alone.
+void write(const std::string& target, const std::string& name, uint8_t mode, const Bytes& data) {
+    writeBytes(root / target / name, std::string(1, static_cast<char>(mode)), data);
+    if (target == "rom" && data.size() <= 1024)
+        writeBytes(root / "decode" / name, "", data);
 }
 
 void writeText(const std::string& target, const std::string& name, const std::string& text) {

@@ -439,6 +439,7 @@ TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
     EXPECT_THAT(run.out, HasSubstr("    1 advisory (beside the module's records):\n      advisory "
                                    "8h: cyc_clk_acc 255 is not an accuracy"));
     EXPECT_THAT(run.out, HasSubstr("Unit 0 at 3Ch  SBP-2 (storage)"));
+    EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 3Ch  (SBP-2 (storage))"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
     const json report = rombusJson("check " + disk, 0);
     EXPECT_TRUE(report["ok"].get<bool>());

@@ -220,6 +220,22 @@ private:
         }
     }
 
+    // "  (protocol)" after a unit directory of the node being printed, else nothing.
+    std::string protocolOfUnit(const vesk5::SysInfoDevice& device) const {
+        const std::string& locator = device.hwLocator().zulString().str();
+        const size_t at = locator.rfind(":DIRECTORY@");
+        if (device.name().zulString().str() != "Directory - Unit" || at == std::string::npos ||
+            nodes_ >= scan_.decoded.size())
+            return std::string();
+        const uint64_t offset = std::strtoull(locator.c_str() + at + 11, nullptr, 16) - RomBase;
+        for (const decode::UnitIds& unit : decode::unitsOf(scan_.decoded[nodes_].rom))
+            if (unit.directory == offset) {
+                const char* protocol = decode::unitProtocol(unit.specifier, unit.version);
+                return std::string("  (") + (protocol ? protocol : decode::UnknownUnitType) + ")";
+            }
+        return std::string();
+    }
+
     // A record's line: its level in a column of its own, coloured when asked.
     std::string recordLine(uint32_t level, const std::string& text, size_t indent) const {
         char padded[16];
@@ -250,7 +266,8 @@ private:
                 out_ << wrap(props, indent + Step, indent + Step);
         } else {
             std::string head = level + device.name().zulString().str() + "  " +
-                               romOffset(device.hwLocator().zulString().str());
+                               romOffset(device.hwLocator().zulString().str()) +
+                               protocolOfUnit(device);
             out_ << wrap(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
         }
         for (size_t child : tree_.children[index])
