@@ -38,7 +38,7 @@ PACKAGE_BUILD ?= build-package
 package:
 	@scripts/setup package
 	@cmake -S . -B $(PACKAGE_BUILD) $(CMAKE_FLAGS) -DBUILD_TESTING=OFF -DROMBUS_BENCH=OFF \
-	    -DCMAKE_INSTALL_PREFIX=/usr > /dev/null
+	    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON > /dev/null
 	@cmake --build $(PACKAGE_BUILD) -j$(JOBS)
 	@cd $(PACKAGE_BUILD) && cpack -G DEB > /dev/null && ls rombus_*.deb
 
