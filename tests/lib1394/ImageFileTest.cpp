@@ -119,8 +119,8 @@ TEST(ImageFileBus, NodesFollowTheImagesAndReadsStayInsideThem) {
 
     EXPECT_TRUE(accessor(0, 0)->isAccessible());
     // Node ids are local-bus ids; a bare node number is not one.
-    const std::pair<unsigned, unsigned> closed[] = {{2, 0}, {0, 1}, {0, 0xFFC2}, {0, 0xFFFF},
-                                                    {1, 0xFFC7}};
+    const std::pair<unsigned, unsigned> closed[] = {
+        {2, 0}, {0, 1}, {0, 0xFFC2}, {0, 0xFFFF}, {1, 0xFFC7}};
     for (const auto& [port, nodeId] : closed)
         EXPECT_FALSE(accessor(port, nodeId)->isAccessible()) << port << " " << nodeId;
 
