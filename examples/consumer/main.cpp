@@ -4,6 +4,7 @@
 #include "lib1394/ImageFile.h"
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394SysInfo.h"
+#include "zul/Log.h"
 
 #include <cstdio>
 #include <memory>
@@ -19,6 +20,8 @@ int main(int argc, char** argv) {
         }
     }
     libRombus::init();
+    // The module's log lines of failures only; its problem records are what this program prints.
+    zul::LogFactory::setPriority(zul::LOG_FAILURE);
     lib1394::ConfigROMContext::installBus(std::make_shared<lib1394::ImageFileBus>(images));
     zul::Array<libRombus::lib1394_enum_log> nodes;
     const bool result = libRombus::Lib1394SysInfo::enumerateAll(nodes);
