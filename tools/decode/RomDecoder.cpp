@@ -79,6 +79,7 @@ DecodedRom decodeRom(const std::vector<uint8_t>& rom) {
         blocks.emplace(RootDirectoryOffset, root);
     }
     decoded.root = walkRoot(rom);
+    decoded.units = unitsOf(rom);
     collect(rom, decoded.root, blocks);
     for (const auto& [offset, block] : blocks)
         decoded.blocks.push_back(block);

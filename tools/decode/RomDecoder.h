@@ -30,13 +30,14 @@ struct RomBlock {
 };
 
 // A ROM image decoded on its own terms, independently of the module's reading: its blocks in
-// ROM order and the entry tree from the root directory. Nothing outside the image is read;
-// loops, shared blocks, targets outside the image and lengths past its end are shown, never
+// ROM order, the entry tree from the root directory and its units. Nothing outside the image is
+// read; loops, shared blocks, targets outside the image and lengths past its end are shown, never
 // followed.
 struct DecodedRom {
     std::vector<uint8_t> rom;
     std::vector<RomBlock> blocks;
     std::vector<RomEntry> root;
+    std::vector<UnitIds> units;
 
     uint32_t quadlets() const { return static_cast<uint32_t>(rom.size() / 4); }
 };

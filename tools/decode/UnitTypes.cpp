@@ -36,7 +36,7 @@ const char* unitProtocol(uint32_t specifierId, uint32_t version) {
     for (const UnitType& type : unitTypes)
         if (type.specifierId == specifierId && type.version == version)
             return type.protocol;
-    return nullptr;
+    return UnknownUnitType;
 }
 
 } // namespace rombus::decode

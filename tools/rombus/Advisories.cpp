@@ -160,7 +160,7 @@ std::set<uint32_t> refusedDirectories(const libRombus::Messages& records) {
 void architectureAdvisories(const DecodedRom& decoded, const libRombus::Messages& records,
                             std::vector<Advisory>& out) {
     const std::set<uint32_t> refused = refusedDirectories(records);
-    for (const decode::UnitIds& unit : decode::unitsOf(decoded.rom)) {
+    for (const decode::UnitIds& unit : decoded.units) {
         const char* protocol = decode::unitProtocol(unit.specifier, unit.version);
         for (const RomEntry& entry : decoded.root) {
             if (entry.target != unit.directory)

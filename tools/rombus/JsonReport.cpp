@@ -89,11 +89,6 @@ json busOptions(const std::vector<uint8_t>& rom) {
             {"linkSpeed", options->linkSpeed}};
 }
 
-std::string protocolOf(const decode::UnitIds& unit) {
-    const char* protocol = decode::unitProtocol(unit.specifier, unit.version);
-    return protocol ? protocol : decode::UnknownUnitType;
-}
-
 json advisories(const std::vector<Advisory>& found) {
     json out = json::array();
     for (const Advisory& advisory : found)
@@ -102,9 +97,8 @@ json advisories(const std::vector<Advisory>& found) {
     return out;
 }
 
-json units(const lib1394::RomNode& node) {
+json units(const std::vector<decode::UnitIds>& found, const lib1394::RomNode& node) {
     json out = json::array();
-    const auto found = decode::unitsOf(node.rom);
     for (size_t i = 0; i < found.size(); ++i) {
         const decode::UnitIds& unit = found[i];
         out.push_back({{"directory", unit.directory},
@@ -112,7 +106,7 @@ json units(const lib1394::RomNode& node) {
                        {"modelId", unit.model},
                        {"specifierId", unit.specifier},
                        {"version", unit.version},
-                       {"protocol", protocolOf(unit)},
+                       {"protocol", decode::unitProtocol(unit.specifier, unit.version)},
                        {"modalias", decode::modalias(unit)},
                        {"driver", i < node.unitDrivers.size() ? textOrNull(node.unitDrivers[i])
                                                               : json(nullptr)}});
@@ -165,7 +159,7 @@ json node(const Scan& scan, size_t index, unsigned port) {
         {"notes", bus.notes},
         {"kernel",
          {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
-        {"units", units(bus)},
+        {"units", units(scan.decoded[index].units, bus)},
         {"advisories", advisories(scan.advisories[index])},
         {"entries", entries(scan.decoded[index].root, NodeDevices(scan.devices, port, bus.guid))}};
 }

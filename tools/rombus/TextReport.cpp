@@ -204,14 +204,14 @@ private:
             names += (names.empty() ? "" : ", ") + ("model_name " + quoted(rom->modelName, false));
         if (!names.empty())
             out_ << wrap("Kernel: " + names, indent, indent + 2 * Step);
-        const auto units = decode::unitsOf(rom->rom);
+        const auto& units = scan_.decoded[k].units;
         for (size_t i = 0; i < units.size(); ++i) {
             char head[48];
             std::snprintf(head, sizeof head, "Unit %zu at %Xh  ", i,
                           static_cast<unsigned>(units[i].directory));
-            const char* protocol = decode::unitProtocol(units[i].specifier, units[i].version);
             std::string line =
-                head + std::string(protocol ? protocol : decode::UnknownUnitType) + "  ";
+                head + std::string(decode::unitProtocol(units[i].specifier, units[i].version)) +
+                "  ";
             if (i < rom->unitDrivers.size())
                 line += rom->unitDrivers[i].empty()
                             ? "no driver bound  "
@@ -228,11 +228,10 @@ private:
             nodes_ >= scan_.decoded.size())
             return std::string();
         const uint64_t offset = std::strtoull(locator.c_str() + at + 11, nullptr, 16) - RomBase;
-        for (const decode::UnitIds& unit : decode::unitsOf(scan_.decoded[nodes_].rom))
-            if (unit.directory == offset) {
-                const char* protocol = decode::unitProtocol(unit.specifier, unit.version);
-                return std::string("  (") + (protocol ? protocol : decode::UnknownUnitType) + ")";
-            }
+        for (const decode::UnitIds& unit : scan_.decoded[nodes_].units)
+            if (unit.directory == offset)
+                return std::string("  (") + decode::unitProtocol(unit.specifier, unit.version) +
+                       ")";
         return std::string();
     }
 
