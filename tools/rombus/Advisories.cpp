@@ -1,8 +1,8 @@
 #include "Advisories.h"
 
+#include "Format.h"
 #include "UnitTypes.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <set>
 
@@ -17,12 +17,6 @@ using decode::RomEntry;
 constexpr uint64_t RomBase = 0xFFFFF0000400ull;
 constexpr uint8_t Eui64Key = 0x8D;
 constexpr uint8_t DependentDirectoryKey = 0xD4;
-
-std::string format(const char* pattern, auto... values) {
-    char text[256];
-    std::snprintf(text, sizeof text, pattern, values...);
-    return text;
-}
 
 const char* blockName(const RomBlock& block) {
     switch (block.kind) {

@@ -1,11 +1,11 @@
 #include "Dump.h"
 
+#include "Format.h"
 #include "NodeDevices.h"
 #include "TextReport.h"
 #include "UnitTypes.h"
 #include "libRombus/Lib1394Util.h"
 
-#include <cstdio>
 #include <map>
 
 namespace rombus {
@@ -23,12 +23,6 @@ constexpr uint8_t Eui64KeyId = 0x0D;
 constexpr uint8_t DescriptorKeyId = 0x01;
 const char* const linkSpeeds[] = {"S100", "S200", "S400", "S800", "S1600", "S3200"};
 const char* const keyTypes[] = {"immediate", "CSR offset", "leaf", "directory"};
-
-std::string format(const char* pattern, auto... values) {
-    char text[256];
-    std::snprintf(text, sizeof text, pattern, values...);
-    return text;
-}
 
 std::string crcVerdict(const RomBlock& block) {
     std::string text = format("CRC %04Xh", block.storedCrc);
@@ -86,15 +80,6 @@ public:
     }
 
 private:
-    static unsigned portOf(const Scan& scan, size_t node) {
-        unsigned port = 0;
-        for (size_t first = 0; port < scan.ports.size(); ++port) {
-            if (node < first + scan.ports[port].nodes.size())
-                break;
-            first += scan.ports[port].nodes.size();
-        }
-        return port;
-    }
     static uint64_t guidOf(const Scan& scan, size_t node) {
         const lib1394::RomNode* rom = romNodeOf(scan, node);
         return rom ? rom->guid : 0;

@@ -121,6 +121,13 @@ const lib1394::RomNode* romNodeOf(const Scan& scan, size_t node) {
     return nullptr;
 }
 
+unsigned portOf(const Scan& scan, size_t node) {
+    unsigned port = 0;
+    for (; port < scan.ports.size() && node >= scan.ports[port].nodes.size(); ++port)
+        node -= scan.ports[port].nodes.size();
+    return port;
+}
+
 NodeStatus nodeStatus(const Scan& scan, size_t node) {
     const lib1394::RomNode* rom = romNodeOf(scan, node);
     if (rom && !rom->accessible)

@@ -46,6 +46,8 @@ Scan enumerate(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settin
 
 // What the bus knows of the node at a place of the enumeration, or null.
 const lib1394::RomNode* romNodeOf(const Scan& scan, size_t node);
+// The port of the node at a place of the enumeration.
+unsigned portOf(const Scan& scan, size_t node);
 
 // The outcome of one node's reading, in the order it is decided: a ROM that is not accessible,
 // a reading that ran out of its budget, problem records, a reading that failed without a record.

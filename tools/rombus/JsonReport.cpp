@@ -140,7 +140,8 @@ json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devi
     return out;
 }
 
-json node(const Scan& scan, size_t index, unsigned port) {
+json node(const Scan& scan, size_t index) {
+    const unsigned port = portOf(scan, index);
     const libRombus::lib1394_enum_log& record = scan.nodes[index];
     const lib1394::RomNode* rom = romNodeOf(scan, index);
     const lib1394::RomNode none;
@@ -183,10 +184,8 @@ json jsonReport(const Scan& scan) {
         devices.push_back(device(each));
     json nodes = json::array();
     bool ok = true;
-    for (size_t i = 0, port = 0, first = 0; i < scan.nodes.size(); ++i) {
-        while (port < scan.ports.size() && i >= first + scan.ports[port].nodes.size())
-            first += scan.ports[port++].nodes.size();
-        nodes.push_back(node(scan, i, static_cast<unsigned>(port)));
+    for (size_t i = 0; i < scan.nodes.size(); ++i) {
+        nodes.push_back(node(scan, i));
         ok = ok && nodeStatus(scan, i) == NodeStatus::Ok;
     }
     json reports = json::array();

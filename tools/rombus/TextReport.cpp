@@ -2,6 +2,7 @@
 
 #include "DeviceTree.h"
 #include "Dump.h"
+#include "Format.h"
 #include "RomWalk.h"
 #include "UnitTypes.h"
 
@@ -18,12 +19,6 @@ constexpr size_t Step = 2;
 // Deeper levels are not indented further, but marked with their level.
 constexpr size_t MaxIndentLevel = 20;
 constexpr uint64_t RomBase = 0xFFFFF0000400ull;
-
-std::string format(const char* pattern, unsigned value) {
-    char text[32];
-    std::snprintf(text, sizeof text, pattern, value);
-    return text;
-}
 
 std::string hex(uint32_t value, int digits) {
     char text[16];
@@ -206,12 +201,8 @@ private:
             out_ << wrap("Kernel: " + names, indent, indent + 2 * Step);
         const auto& units = scan_.decoded[k].units;
         for (size_t i = 0; i < units.size(); ++i) {
-            char head[48];
-            std::snprintf(head, sizeof head, "Unit %zu at %Xh  ", i,
-                          static_cast<unsigned>(units[i].directory));
-            std::string line =
-                head + std::string(decode::unitProtocol(units[i].specifier, units[i].version)) +
-                "  ";
+            std::string line = format("Unit %zu at %Xh  %s  ", i, units[i].directory,
+                                      decode::unitProtocol(units[i].specifier, units[i].version));
             if (i < rom->unitDrivers.size())
                 line += rom->unitDrivers[i].empty()
                             ? "no driver bound  "
