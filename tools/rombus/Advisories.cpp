@@ -134,7 +134,7 @@ struct ArchitectureEntry {
     const char* name;
 };
 
-// IIDC 1394-based Digital Camera Specification, versions 1.04 to 1.30: the camera's register
+// The IIDC standard for 1394-based digital cameras, versions 1.04 to 1.30: the camera's register
 // base as a CSR offset, and its model name leaf under key 82h.
 const ArchitectureEntry architectureEntries[] = {
     {0x00A02D, 0x000100, 0x000102, 0x40, "command_regs_base"},
