@@ -141,33 +141,29 @@ TEST(ConfigROMContextTest, WithoutABusNothingIsRead) {
     EXPECT_EQ(lib1394::ConfigROMAccessor::liveCount(), live);
 }
 
-TEST_F(MemoryBusTest, EveryAccessorHasItsOwnReadBudget) {
-    bus_->addPort();
-    bus_->addNode(0, counting(64), 7);
-    ConfigROMContext::clearExhaustedNodes();
-    ConfigROMContext::setReadBudget(3);
-    uint8_t buffer[4];
-    AccessorHandle rom = node(0, 0);
-    for (int read = 0; read < 3; ++read)
-        EXPECT_TRUE(rom->readStructure(4 * read, buffer, 4));
-    EXPECT_TRUE(ConfigROMContext::exhaustedNodes().empty());
-    EXPECT_EQ(rom->readBlock(0, 4, buffer), 0u);
-    EXPECT_FALSE(rom->readStructure(0, buffer, 4));
-    ASSERT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
-    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
-    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].spent, lib1394::Budget::Reads);
-    EXPECT_TRUE(node(0, 0)->readStructure(0, buffer, 4));
-    ConfigROMContext::setReadBudget(ConfigROMContext::DefaultReadBudget);
-    ConfigROMContext::clearExhaustedNodes();
-}
-
-TEST_F(MemoryBusTest, EveryEntryAskingForTheGuidIsChargedToItsNode) {
+TEST_F(MemoryBusTest, EveryAccessorHasItsOwnBudgetOfReadsAndEntries) {
     bus_->addPort();
     bus_->addNode(0, counting(64), 7);
     bus_->addNode(0, counting(64), 8);
     ConfigROMContext::clearExhaustedNodes();
+    ConfigROMContext::setReadBudget(3);
     ConfigROMContext::setEntryBudget(2);
     uint8_t buffer[4];
+
+    // Reads: three go through, every one after fails, and the node is noted once.
+    AccessorHandle reads = node(0, 0);
+    for (int read = 0; read < 3; ++read)
+        EXPECT_TRUE(reads->readStructure(4 * read, buffer, 4));
+    EXPECT_TRUE(ConfigROMContext::exhaustedNodes().empty());
+    EXPECT_EQ(reads->readBlock(0, 4, buffer), 0u);
+    EXPECT_FALSE(reads->readStructure(0, buffer, 4));
+    ASSERT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].nodeId, 0xFFC0u);
+    EXPECT_EQ(ConfigROMContext::exhaustedNodes()[0].spent, lib1394::Budget::Reads);
+    EXPECT_TRUE(node(0, 0)->readStructure(0, buffer, 4));
+    ConfigROMContext::clearExhaustedNodes();
+
+    // Entries: every entry asking for the GUID is charged to the node's accessor, shared or not.
     AccessorHandle rom = node(0, 0);
     AccessorHandle shared = rom;
     EXPECT_EQ(rom->getGuid(), 7u);
@@ -191,6 +187,7 @@ TEST_F(MemoryBusTest, EveryEntryAskingForTheGuidIsChargedToItsNode) {
     EXPECT_TRUE(other->readStructure(0, buffer, 4));
     EXPECT_TRUE(node(0, 0)->readStructure(0, buffer, 4));
     EXPECT_EQ(ConfigROMContext::exhaustedNodes().size(), 1u);
+    ConfigROMContext::setReadBudget(ConfigROMContext::DefaultReadBudget);
     ConfigROMContext::setEntryBudget(ConfigROMContext::DefaultEntryBudget);
     ConfigROMContext::clearExhaustedNodes();
 }
