@@ -3,9 +3,9 @@
 // widest layout, the text report and the JSON report. Nothing may crash, read outside the image,
 // or print a line wider than its layout.
 #include "Dump.h"
-#include "Enumeration.h"
 #include "JsonReport.h"
 #include "TextReport.h"
+#include "inspect/Inspection.h"
 #include "lib1394/ConfigROM.h"
 
 #include <cstdlib>
@@ -43,9 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::make_shared<lib1394::RomImageBus>(std::vector<lib1394::RomPort>{{"fuzz", {node}}});
     rombus::Settings settings;
     settings.logLevel = 5;
-    const rombus::Scan scan = rombus::enumerate(bus, settings);
+    const rombus::Inspection scan = rombus::inspect(bus, settings);
     for (size_t width : {60u, 100u}) {
-        checkWidth(rombus::dumpNode(scan, 0, width), width);
+        checkWidth(rombus::dumpNode(scan.nodes.at(0), width), width);
         rombus::Layout layout;
         layout.width = width;
         layout.dump = true;

@@ -1,6 +1,6 @@
 // The annotated dump and the advisories of the decoder, on ROMs laid out byte for byte.
 #include "Dump.h"
-#include "Enumeration.h"
+#include "inspect/Inspection.h"
 
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
@@ -17,8 +17,8 @@ using rombus_test::RomLayout;
 using testing::HasSubstr;
 
 // Reads the images as the nodes of one port, node n having the GUID guids[n] when given.
-rombus::Scan scanOf(const std::vector<std::vector<uint8_t>>& roms,
-                    const std::vector<uint64_t>& guids = {}) {
+rombus::Inspection scanOf(const std::vector<std::vector<uint8_t>>& roms,
+                          const std::vector<uint64_t>& guids = {}) {
     lib1394::RomPort port{"test", {}};
     for (size_t n = 0; n < roms.size(); ++n) {
         lib1394::RomNode node;
@@ -28,13 +28,13 @@ rombus::Scan scanOf(const std::vector<std::vector<uint8_t>>& roms,
     }
     rombus::Settings settings;
     settings.logLevel = 5;
-    return rombus::enumerate(
+    return rombus::inspect(
         std::make_shared<lib1394::RomImageBus>(std::vector<lib1394::RomPort>{port}), settings);
 }
 
-std::vector<std::string> kinds(const rombus::Scan& scan, size_t node) {
+std::vector<std::string> kinds(const rombus::Inspection& scan, size_t node) {
     std::vector<std::string> out;
-    for (const rombus::Advisory& advisory : scan.advisories[node])
+    for (const rombus::Advisory& advisory : scan.nodes[node].advisories)
         out.push_back(advisory.kind);
     return out;
 }
@@ -70,15 +70,15 @@ std::vector<uint8_t> sevenBadCrcs() {
 }
 
 TEST(Dump, SevenBadCrcsShowSevenShouldBeValuesOneRecordAndSixAdvisories) {
-    const rombus::Scan scan = scanOf({sevenBadCrcs()});
-    const std::string dump = rombus::dumpNode(scan, 0, 100);
+    const rombus::Inspection scan = scanOf({sevenBadCrcs()});
+    const std::string dump = rombus::dumpNode(scan.nodes[0], 100);
     EXPECT_EQ(count(dump, ": should be "), 7u);
-    EXPECT_EQ(scan.nodes[0].messages.size(), 1u);
+    EXPECT_EQ(scan.nodes[0].records.size(), 1u);
     EXPECT_EQ(kinds(scan, 0), std::vector<std::string>(6, "unchecked-crc"));
     EXPECT_EQ(count(dump, "^ error: Leaf - Descriptor CRC check failed"), 1u);
     EXPECT_EQ(count(dump, "^ advisory: the CRC"), 6u);
     expectWithin(dump, 100);
-    expectWithin(rombus::dumpNode(scan, 0, 60), 60);
+    expectWithin(rombus::dumpNode(scan.nodes[0], 60), 60);
 }
 
 TEST(Dump, EveryQuadletHasItsMeaning) {
@@ -92,8 +92,8 @@ TEST(Dump, EveryQuadletHasItsMeaning) {
     layout.textLeaf("Disk\x01");
     std::vector<uint8_t> rom = layout.image();
     rom.insert(rom.end(), {0xDE, 0xAD, 0xBE, 0xEF});
-    const rombus::Scan scan = scanOf({rom});
-    const std::string dump = rombus::dumpNode(scan, 0, 100);
+    const rombus::Inspection scan = scanOf({rom});
+    const std::string dump = rombus::dumpNode(scan.nodes[0], 100);
     for (const char* line : {
              "000  FFFFF0000400  0404",
              "bus information block: info_length 4, crc_length 4 (the ROM holds ",
@@ -142,23 +142,25 @@ TEST(Dump, EachAdvisoryHasItsRom) {
     std::vector<uint8_t> cut = odd.image();
     cut.resize(cut.size() - 4);
 
-    const rombus::Scan scan =
+    const rombus::Inspection scan =
         scanOf({rombus_test::busOrderBytes(reversed), cut, RomLayout().image()},
                {0, 0, 0x0102030405060708ull});
-    EXPECT_TRUE(scan.nodes[0].messages.isEmpty());
+    EXPECT_TRUE(scan.nodes[0].records.isEmpty());
     EXPECT_EQ(kinds(scan, 0), std::vector<std::string>{"reversed-crc"});
-    EXPECT_THAT(scan.advisories[0][0].text, HasSubstr("matches its quadlets only with their bytes "
-                                                      "reversed"));
+    EXPECT_THAT(scan.nodes[0].advisories[0].text,
+                HasSubstr("matches its quadlets only with their bytes "
+                          "reversed"));
     EXPECT_EQ(kinds(scan, 1),
               (std::vector<std::string>{"past-end", "eui64-mismatch", "reserved-bus-option",
                                         "reserved-bus-option", "reserved-bus-option",
                                         "reserved-bus-option"}));
-    EXPECT_THAT(scan.advisories[1][0].text, HasSubstr("declares 3 quadlets; the ROM holds 2"));
-    EXPECT_THAT(scan.advisories[1][1].text, HasSubstr("holds 0030E00000000099; the bus "
-                                                      "information block's GUID is "
-                                                      "0030E00000000002"));
+    EXPECT_THAT(scan.nodes[1].advisories[0].text,
+                HasSubstr("declares 3 quadlets; the ROM holds 2"));
+    EXPECT_THAT(scan.nodes[1].advisories[1].text, HasSubstr("holds 0030E00000000099; the bus "
+                                                            "information block's GUID is "
+                                                            "0030E00000000002"));
     EXPECT_EQ(kinds(scan, 2), std::vector<std::string>{"sysfs-guid-mismatch"});
-    EXPECT_THAT(rombus::dumpNode(scan, 1, 100), HasSubstr("CRC 383Eh, not known: the ROM"));
+    EXPECT_THAT(rombus::dumpNode(scan.nodes[1], 100), HasSubstr("CRC 383Eh, not known: the ROM"));
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 #include "Dump.h"
 
-#include "Format.h"
-#include "NodeDevices.h"
-#include "TextReport.h"
-#include "UnitTypes.h"
-#include "libRombus/Lib1394Util.h"
+#include "Text.h"
+#include "inspect/Format.h"
+#include "inspect/Locator.h"
+#include "inspect/Names.h"
+#include "inspect/Records.h"
 
 #include <map>
 
@@ -15,14 +15,12 @@ using decode::BlockKind;
 using decode::RomBlock;
 using decode::RomEntry;
 
-constexpr uint64_t RomBase = 0xFFFFF0000400ull;
 constexpr uint64_t CsrBase = 0xFFFFF0000000ull;
 // "OOO  AAAAAAAAAAAA  VVVVVVVV  ": where the meaning begins.
 constexpr size_t MeaningColumn = 29;
 constexpr uint8_t Eui64KeyId = 0x0D;
 constexpr uint8_t DescriptorKeyId = 0x01;
 const char* const linkSpeeds[] = {"S100", "S200", "S400", "S800", "S1600", "S3200"};
-const char* const keyTypes[] = {"immediate", "CSR offset", "leaf", "directory"};
 
 std::string crcVerdict(const RomBlock& block) {
     std::string text = format("CRC %04Xh", block.storedCrc);
@@ -34,29 +32,20 @@ std::string crcVerdict(const RomBlock& block) {
     return text + format(": should be %04Xh", block.crc);
 }
 
-std::string entryName(uint8_t key) {
-    const lib1394::cr_key_value_t entry = {key, {0, 0, 0}};
-    return libRombus::Lib1394Util::getEntryString(entry).str();
-}
-
 class Dumper {
 public:
-    Dumper(const Scan& scan, size_t node, size_t width)
-        : decoded_(scan.decoded[node]), width_(width),
-          devices_(scan.devices, portOf(scan, node), guidOf(scan, node)),
+    Dumper(const NodeView& node, size_t width)
+        : decoded_(node.decoded), width_(width), devices_(node.devices),
           meanings_(decoded_.quadlets(), "not reached from the root directory") {
         describeBusInfo();
         for (const RomBlock& block : decoded_.blocks)
             if (block.kind != BlockKind::BusInfo)
                 describeBlock(block);
         describeEntries(decoded_.root);
-        for (const auto& record : scan.nodes[node].messages)
+        for (const auto& record : node.records)
             attach(concernedOffset(record),
-                   format("%s: ", record.level >= 2 ? "error"
-                                  : record.level    ? "warning"
-                                                    : "progress") +
-                       (record.message.isEmpty() ? std::string() : record.message->text().str()));
-        for (const Advisory& advisory : scan.advisories[node])
+                   std::string(levelName(record.level)) + ": " + recordText(record));
+        for (const Advisory& advisory : node.advisories)
             attach(advisory.offset, "advisory: " + advisory.text);
     }
 
@@ -80,19 +69,14 @@ public:
     }
 
 private:
-    static uint64_t guidOf(const Scan& scan, size_t node) {
-        const lib1394::RomNode* rom = romNodeOf(scan, node);
-        return rom ? rom->guid : 0;
-    }
-
     void set(uint32_t offset, const std::string& meaning) {
         if (offset / 4 < meanings_.size())
             meanings_[offset / 4] = meaning;
     }
 
-    void attach(int64_t offset, const std::string& note) {
-        if (offset >= 0 && offset / 4 < static_cast<int64_t>(meanings_.size()))
-            notes_[static_cast<uint32_t>(offset / 4 * 4)].push_back(note);
+    void attach(std::optional<uint32_t> offset, const std::string& note) {
+        if (offset && *offset / 4 < meanings_.size())
+            notes_[*offset / 4 * 4].push_back(note);
         else
             unplaced_.push_back(note);
     }
@@ -182,7 +166,7 @@ private:
 
     std::string entryMeaning(const RomEntry& entry) const {
         std::string text =
-            format("key %02Xh: %s, id %02Xh \"%s\" ", entry.key, keyTypes[entry.type()],
+            format("key %02Xh: %s, id %02Xh \"%s\" ", entry.key, keyTypeName(entry.type()),
                    entry.keyId(), entryName(entry.key).c_str());
         if (entry.type() == 0) {
             text += format("= %06Xh", entry.value);
@@ -203,7 +187,7 @@ private:
 
     const decode::DecodedRom& decoded_;
     size_t width_;
-    NodeDevices devices_;
+    const NodeDevices& devices_;
     std::vector<std::string> meanings_;
     std::map<uint32_t, std::vector<std::string>> notes_;
     std::vector<std::string> unplaced_;
@@ -211,10 +195,8 @@ private:
 
 } // namespace
 
-std::string dumpNode(const Scan& scan, size_t node, size_t width) {
-    if (node >= scan.decoded.size())
-        return std::string();
-    return Dumper(scan, node, width).text();
+std::string dumpNode(const NodeView& node, size_t width) {
+    return Dumper(node, width).text();
 }
 
 } // namespace rombus

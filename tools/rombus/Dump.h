@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Enumeration.h"
+#include "inspect/NodeView.h"
 
 #include <string>
 
@@ -11,6 +11,6 @@ namespace rombus {
 // their CRC "ok" or what it "should be", entries with their names, values, targets and vendor
 // names, EUI-64 and text leaves), and beneath a quadlet the module's records and the decoder's
 // advisories that concern it. At most width columns.
-std::string dumpNode(const Scan& scan, size_t node, size_t width);
+std::string dumpNode(const NodeView& node, size_t width);
 
 } // namespace rombus

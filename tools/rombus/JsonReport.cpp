@@ -1,13 +1,11 @@
 #include "JsonReport.h"
 
-#include "NodeDevices.h"
-#include "RomWalk.h"
-#include "UnitTypes.h"
-#include "libRombus/Lib1394Util.h"
+#include "inspect/Names.h"
+#include "inspect/Records.h"
+#include "inspect/UnitTypes.h"
 
-#include <algorithm>
+#include <cctype>
 #include <cstdio>
-#include <map>
 
 namespace rombus {
 namespace {
@@ -55,15 +53,14 @@ json variables(const vesk5::Variables& set) {
 }
 
 json messages(const libRombus::Messages& records) {
-    static const char* const levelNames[] = {"progress", "warning", "error"};
     json out = json::array();
     for (const auto& record : records) {
         const bool empty = record.message.isEmpty();
         out.push_back(
             {{"level", record.level},
-             {"levelName", levelNames[std::min<uint32_t>(record.level, 2)]},
-             {"id", empty ? std::string() : record.message->id().zulString().str()},
-             {"text", empty ? std::string() : record.message->text().str()},
+             {"levelName", levelName(record.level)},
+             {"id", recordId(record)},
+             {"text", recordText(record)},
              {"variables", empty ? json::object() : variables(record.message->variables())}});
     }
     return out;
@@ -114,22 +111,26 @@ json units(const std::vector<decode::UnitIds>& found, const lib1394::RomNode& no
     return out;
 }
 
+// The key type's name in lower case, as the report's entries give it.
+std::string typeName(unsigned type) {
+    std::string name = keyTypeName(type);
+    for (char& c : name)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return name;
+}
+
 json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devices) {
-    static const char* const types[] = {"immediate", "csr offset", "leaf", "directory"};
     json out = json::array();
     for (const decode::RomEntry& entry : found) {
-        const lib1394::cr_key_value_t key = {
-            entry.key,
-            {uint8_t(entry.value >> 16), uint8_t(entry.value >> 8), uint8_t(entry.value)}};
         json vendor = nullptr;
         if (entry.type() == 0)
             if (const auto name = devices.property("IMMEDIATE", entry.offset, "VendorName"))
                 vendor = *name;
         out.push_back({{"offset", entry.offset},
                        {"key", entry.key},
-                       {"type", types[entry.type()]},
+                       {"type", typeName(entry.type())},
                        {"keyId", entry.keyId()},
-                       {"name", libRombus::Lib1394Util::getEntryString(key).str()},
+                       {"name", entryName(entry.key)},
                        {"value", entry.value},
                        {"target", entry.target ? json(*entry.target) : json(nullptr)},
                        {"repeated", entry.repeated},
@@ -140,66 +141,46 @@ json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devi
     return out;
 }
 
-json node(const Scan& scan, size_t index) {
-    const unsigned port = portOf(scan, index);
-    const libRombus::lib1394_enum_log& record = scan.nodes[index];
-    const lib1394::RomNode* rom = romNodeOf(scan, index);
-    const lib1394::RomNode none;
-    const lib1394::RomNode& bus = rom ? *rom : none;
+json node(const NodeView& view) {
+    static const lib1394::RomNode none;
+    const lib1394::RomNode& bus = view.source ? *view.source : none;
     char guid[24];
     std::snprintf(guid, sizeof guid, "%016llx", static_cast<unsigned long long>(bus.guid));
     return {
-        {"locator", record.locator.str()},
+        {"locator", view.locator},
         {"source", bus.label},
-        {"port", port},
-        {"status", statusName(nodeStatus(scan, index))},
+        {"port", view.port},
+        {"status", statusName(view.status())},
         {"guid", guid},
         {"busOptions", busOptions(bus.rom)},
-        {"messages", messages(record.messages)},
-        {"readingStopped", stop(scan.nodeExhausted[index])},
+        {"messages", messages(view.records)},
+        {"readingStopped", stop(view.stopped)},
         {"notes", bus.notes},
         {"kernel",
          {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
-        {"units", units(scan.decoded[index].units, bus)},
-        {"advisories", advisories(scan.advisories[index])},
-        {"entries", entries(scan.decoded[index].root, NodeDevices(scan.devices, port, bus.guid))}};
-}
-
-const char* severityName(vesk5::DiagModule::Severity severity) {
-    switch (severity) {
-    case vesk5::DiagModule::Severity::Progress:
-        return "progress";
-    case vesk5::DiagModule::Severity::Warning:
-        return "warning";
-    default:
-        return "error";
-    }
+        {"units", units(view.decoded.units, bus)},
+        {"advisories", advisories(view.advisories)},
+        {"entries", entries(view.decoded.root, view.devices)}};
 }
 
 } // namespace
 
-json jsonReport(const Scan& scan) {
+json jsonReport(const Inspection& inspection) {
     json devices = json::array();
-    for (const auto& each : scan.devices)
+    for (const auto& each : inspection.devices)
         devices.push_back(device(each));
     json nodes = json::array();
-    bool ok = true;
-    for (size_t i = 0; i < scan.nodes.size(); ++i) {
-        nodes.push_back(node(scan, i));
-        ok = ok && nodeStatus(scan, i) == NodeStatus::Ok;
-    }
+    for (const NodeView& view : inspection.nodes)
+        nodes.push_back(node(view));
     json reports = json::array();
-    for (const auto& report : scan.reports)
-        reports.push_back({{"severity", severityName(report.severity)},
+    for (const auto& report : inspection.reports)
+        reports.push_back({{"severity", levelName(static_cast<uint32_t>(report.severity))},
                            {"event", report.event.zulString().str()},
                            {"text", report.text.str()}});
-    return {{"formatVersion", FormatVersion},
-            {"ok", ok},
-            {"result", scan.result},
-            {"devices", std::move(devices)},
-            {"nodes", std::move(nodes)},
-            {"reports", std::move(reports)},
-            {"notes", scan.notes}};
+    return {{"formatVersion", FormatVersion}, {"ok", !hasProblems(inspection)},
+            {"result", inspection.result},    {"devices", std::move(devices)},
+            {"nodes", std::move(nodes)},      {"reports", std::move(reports)},
+            {"notes", inspection.notes}};
 }
 
 std::string jsonText(const json& report) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Enumeration.h"
+#include "inspect/Inspection.h"
 
 #include <nlohmann/json.hpp>
 
@@ -15,7 +15,7 @@ constexpr int FormatVersion = 2;
 // "nodes" (per node its status, source, GUID, bus options, records with their variables, units,
 // notes and the entry tree of its ROM), "reports" (severity, event, text) and the bus's "notes",
 // each list in the order produced.
-nlohmann::ordered_json jsonReport(const Scan& scan);
+nlohmann::ordered_json jsonReport(const Inspection& inspection);
 
 // The object as text. Bytes that are not UTF-8 (a ROM may hold any) are replaced, never fatal.
 std::string jsonText(const nlohmann::ordered_json& report);

@@ -1,6 +1,6 @@
 #include "Options.h"
 
-#include "Registry.h"
+#include "inspect/Registry.h"
 
 #include <CLI/CLI.hpp>
 

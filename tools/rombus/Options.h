@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Terminal.h"
 #include "lib1394/RomImageBus.h"
 
 #include <string>
@@ -9,7 +10,6 @@ namespace rombus {
 
 enum class Command { Scan, Check, RegistryImport };
 enum class Format { Text, Json };
-enum class Color { Auto, Always, Never };
 
 // Exit statuses of the tool.
 enum ExitStatus : int { ExitClean = 0, ExitProblems = 1, ExitUsage = 2 };

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Options.h"
-
 #include <cstddef>
 
 namespace rombus {
+
+enum class Color { Auto, Always, Never };
 
 // How the text report is laid out on standard output: its width and whether levels are coloured.
 struct Layout {

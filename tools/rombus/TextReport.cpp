@@ -1,14 +1,16 @@
 #include "TextReport.h"
 
-#include "DeviceTree.h"
 #include "Dump.h"
-#include "Format.h"
-#include "RomWalk.h"
-#include "UnitTypes.h"
+#include "Text.h"
+#include "inspect/DeviceTree.h"
+#include "inspect/Format.h"
+#include "inspect/Locator.h"
+#include "inspect/Names.h"
+#include "inspect/Records.h"
+#include "inspect/UnitTypes.h"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <sstream>
 #include <vector>
 
@@ -18,7 +20,6 @@ namespace {
 constexpr size_t Step = 2;
 // Deeper levels are not indented further, but marked with their level.
 constexpr size_t MaxIndentLevel = 20;
-constexpr uint64_t RomBase = 0xFFFFF0000400ull;
 
 std::string hex(uint32_t value, int digits) {
     char text[16];
@@ -86,65 +87,11 @@ std::string properties(const vesk5::SysInfoDevice& device) {
 
 // "at 18h" for an entry whose locator ends in @fffff0000418: its offset in the ROM.
 std::string romOffset(const std::string& locator) {
-    const size_t at = locator.rfind('@');
-    if (at == std::string::npos)
+    const auto entry = entryAddressOf(locator);
+    if (!entry)
         return std::string();
-    char* end = nullptr;
-    const unsigned long long address = std::strtoull(locator.c_str() + at + 1, &end, 16);
-    if (*end != '\0' || address < RomBase)
-        return locator.substr(at);
-    char text[32];
-    std::snprintf(text, sizeof text, "at %llXh", address - RomBase);
-    return text;
-}
-
-const char* levelName(uint32_t level) {
-    switch (level) {
-    case 0:
-        return "progress";
-    case 1:
-        return "warning";
-    default:
-        return "error";
-    }
-}
-
-// The length of the printable UTF-8 sequence of two to four bytes at text[at], or 0 when the
-// bytes there are not one: a stray or truncated byte, an overlong form, a surrogate, a code point
-// above 10FFFFh, or a C1 control character (80h to 9Fh).
-size_t printableSequence(const std::string& text, size_t at) {
-    const unsigned char lead = static_cast<unsigned char>(text[at]);
-    const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 0;
-    if (length == 0 || lead > 0xF4 || at + length > text.size())
-        return 0;
-    uint32_t code = lead & (0x7F >> length);
-    for (size_t k = 1; k < length; ++k) {
-        const unsigned char next = static_cast<unsigned char>(text[at + k]);
-        if ((next & 0xC0) != 0x80)
-            return 0;
-        code = code << 6 | (next & 0x3F);
-    }
-    constexpr uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (code < smallest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) ||
-        code < 0xA0)
-        return 0;
-    return length;
-}
-
-// Breaks a word longer than width into pieces of at most width bytes, never inside a UTF-8
-// sequence.
-std::vector<std::string> pieces(const std::string& word, size_t width) {
-    std::vector<std::string> out;
-    size_t start = 0;
-    while (word.size() - start > width) {
-        size_t end = start + width;
-        while (end > start + 1 && (static_cast<unsigned char>(word[end]) & 0xC0) == 0x80)
-            --end;
-        out.push_back(word.substr(start, end - start));
-        start = end;
-    }
-    out.push_back(word.substr(start));
-    return out;
+    const auto offset = entry->romOffset();
+    return offset ? format("at %Xh", *offset) : locator.substr(locator.rfind('@'));
 }
 
 // Why the reading of a node stopped before its end.
@@ -164,14 +111,9 @@ struct NodeTally {
 
 class Printer {
 public:
-    Printer(const Scan& scan, const Layout& layout, std::ostringstream& out)
-        : scan_(scan), layout_(layout), out_(out), tree_(buildDeviceTree(scan.devices)) {
-        for (const lib1394::RomPort& port : scan.ports) {
-            portTexts_.push_back(port.text);
-            for (const lib1394::RomNode& node : port.nodes)
-                nodeLabels_.push_back(node.label);
-        }
-    }
+    Printer(const Inspection& inspection, const Layout& layout, std::ostringstream& out)
+        : inspection_(inspection), layout_(layout), out_(out),
+          tree_(buildDeviceTree(inspection.devices)) {}
 
     void print() {
         for (size_t root : tree_.roots)
@@ -188,39 +130,38 @@ private:
 
     // What the operating system says of the node and its units beside the ROM: its vendor and
     // model names, and per unit the modalias the kernel builds and the driver bound to it.
-    void printKernelView(size_t k, size_t indent) {
-        const lib1394::RomNode* rom = romNodeOf(scan_, k);
-        if (!rom)
+    void printKernelView(const NodeView& node, size_t indent) {
+        if (!node.source)
             return;
+        const lib1394::RomNode& rom = *node.source;
         std::string names;
-        if (!rom->vendorName.empty())
-            names = "vendor_name " + quoted(rom->vendorName, false);
-        if (!rom->modelName.empty())
-            names += (names.empty() ? "" : ", ") + ("model_name " + quoted(rom->modelName, false));
+        if (!rom.vendorName.empty())
+            names = "vendor_name " + quoted(rom.vendorName, false);
+        if (!rom.modelName.empty())
+            names += (names.empty() ? "" : ", ") + ("model_name " + quoted(rom.modelName, false));
         if (!names.empty())
             out_ << wrap("Kernel: " + names, indent, indent + 2 * Step);
-        const auto& units = scan_.decoded[k].units;
+        const auto& units = node.decoded.units;
         for (size_t i = 0; i < units.size(); ++i) {
             std::string line = format("Unit %zu at %Xh  %s  ", i, units[i].directory,
                                       decode::unitProtocol(units[i].specifier, units[i].version));
-            if (i < rom->unitDrivers.size())
-                line += rom->unitDrivers[i].empty()
+            if (i < rom.unitDrivers.size())
+                line += rom.unitDrivers[i].empty()
                             ? "no driver bound  "
-                            : "driver " + escaped(rom->unitDrivers[i], false) + "  ";
+                            : "driver " + escaped(rom.unitDrivers[i], false) + "  ";
             out_ << wrap(line + decode::modalias(units[i]), indent, indent + 2 * Step);
         }
     }
 
     // "  (protocol)" after a unit directory of the node being printed, else nothing.
     std::string protocolOfUnit(const vesk5::SysInfoDevice& device) const {
-        const std::string& locator = device.hwLocator().zulString().str();
-        const size_t at = locator.rfind(":DIRECTORY@");
-        if (device.name().zulString().str() != "Directory - Unit" || at == std::string::npos ||
-            nodes_ >= scan_.decoded.size())
+        const auto entry = entryAddressOf(device.hwLocator().zulString().str());
+        const auto offset = entry ? entry->romOffset() : std::nullopt;
+        if (device.name().zulString().str() != "Directory - Unit" || !node_ || !offset ||
+            entry->word != "DIRECTORY")
             return std::string();
-        const uint64_t offset = std::strtoull(locator.c_str() + at + 11, nullptr, 16) - RomBase;
-        for (const decode::UnitIds& unit : scan_.decoded[nodes_].units)
-            if (unit.directory == offset)
+        for (const decode::UnitIds& unit : node_->decoded.units)
+            if (unit.directory == *offset)
                 return std::string("  (") + decode::unitProtocol(unit.specifier, unit.version) +
                        ")";
         return std::string();
@@ -241,16 +182,18 @@ private:
     }
 
     void printDevice(size_t index, size_t depth) {
-        const vesk5::SysInfoDevice& device = scan_.devices[index];
+        const vesk5::SysInfoDevice& device = inspection_.devices[index];
         const size_t indent = std::min(depth, MaxIndentLevel) * Step;
         const std::string level =
             depth > MaxIndentLevel ? "(level " + std::to_string(depth) + ") " : "";
         const std::string props = properties(device);
+        const NodeView* node = isNodeDevice(device) ? inspection_.nodeOfDevice(index) : nullptr;
         if (isPortDevice(device)) {
             printPortHead(device, indent);
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else if (isNodeDevice(device)) {
+            node_ = node;
             printNodeHead(device, indent);
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
@@ -262,39 +205,37 @@ private:
         }
         for (size_t child : tree_.children[index])
             printDevice(child, depth + 1);
-        if (isNodeDevice(device))
-            printNodeProblems(device, indent + Step);
+        if (node)
+            printNodeProblems(*node, indent + Step);
     }
 
     void printPortHead(const vesk5::SysInfoDevice& device, size_t indent) {
         std::string head = "Port " + std::to_string(ports_) + "  " + device.hwLocator().c_str();
         nodesOfPort_ = 0;
-        if (ports_ < portTexts_.size() && !portTexts_[ports_].empty())
-            head += "  (" + escaped(portTexts_[ports_], false) + ")";
+        const auto& texts = inspection_.portTexts;
+        if (ports_ < texts.size() && !texts[ports_].empty())
+            head += "  (" + escaped(texts[ports_], false) + ")";
         ++ports_;
         out_ << wrap(head, indent, indent + 2 * Step);
     }
 
     void printNodeHead(const vesk5::SysInfoDevice& device, size_t indent) {
         std::string head = "Node " + std::to_string(nodesOfPort_++);
-        if (nodes_ < nodeLabels_.size() && !nodeLabels_[nodes_].empty())
-            head += "  " + escaped(nodeLabels_[nodes_], false);
+        if (node_ && node_->source && !node_->source->label.empty())
+            head += "  " + escaped(node_->source->label, false);
         head += "  " + std::string(device.hwLocator().c_str());
         out_ << wrap(head, indent, indent + 2 * Step);
-        const lib1394::RomNode* rom = romNodeOf(scan_, nodes_);
-        for (const std::string& note : rom ? rom->notes : std::vector<std::string>())
+        if (!node_ || !node_->source)
+            return;
+        for (const std::string& note : node_->source->notes)
             out_ << wrap("Note: " + escaped(note, false), indent + Step, indent + 3 * Step);
     }
 
-    void printNodeProblems(const vesk5::SysInfoDevice& device, size_t indent) {
-        const size_t k = nodes_++;
-        if (k >= scan_.nodes.size() || scan_.nodes[k].locator.str() != device.hwLocator().c_str())
-            return;
-        const auto& messages = scan_.nodes[k].messages;
-        printKernelView(k, indent);
-        if (scan_.nodeExhausted[k])
-            out_ << wrap(stopText(*scan_.nodeExhausted[k]), indent, indent);
-        switch (nodeStatus(scan_, k)) {
+    void printNodeProblems(const NodeView& node, size_t indent) {
+        printKernelView(node, indent);
+        if (node.stopped)
+            out_ << wrap(stopText(*node.stopped), indent, indent);
+        switch (node.status()) {
         case NodeStatus::NotAccessible:
             ++tally_.inaccessible;
             out_ << wrap("Not read: the ROM is not accessible.", indent, indent);
@@ -316,10 +257,10 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
-        printRecords(messages, indent);
-        printAdvisories(scan_.advisories[k], indent);
+        printRecords(node.records, indent);
+        printAdvisories(node.advisories, indent);
         if (layout_.dump)
-            out_ << wrap("ROM:", indent, indent) << dumpNode(scan_, k, layout_.width);
+            out_ << wrap("ROM:", indent, indent) << dumpNode(node, layout_.width);
     }
 
     void printAdvisories(const std::vector<Advisory>& advisories, size_t indent) {
@@ -341,30 +282,29 @@ private:
                          (messages.size() == 1 ? " problem:" : " problems:"),
                      indent, indent);
         for (const auto& record : messages) {
-            const std::string text = record.message.isEmpty()
-                                         ? std::string("(no message)")
-                                         : escaped(record.message->text().str(), false);
+            const std::string text = record.message.isEmpty() ? std::string("(no message)")
+                                                              : escaped(recordText(record), false);
             out_ << recordLine(record.level, text, indent + Step);
         }
     }
 
     void printReports() {
-        if (scan_.reports.empty())
+        if (inspection_.reports.empty())
             return;
         out_ << "Framework reports:\n";
-        for (const auto& report : scan_.reports) {
-            static const char* const names[] = {"progress", "warning", "error"};
-            const std::string text = names[static_cast<int>(report.severity)] + std::string(" ") +
-                                     report.event.c_str() + ": " + report.text.str();
+        for (const auto& report : inspection_.reports) {
+            const std::string text = levelName(static_cast<uint32_t>(report.severity)) +
+                                     std::string(" ") + report.event.c_str() + ": " +
+                                     report.text.str();
             out_ << wrap(escaped(text, false), Step, 2 * Step);
         }
     }
 
     void printNotes() {
-        if (scan_.notes.empty())
+        if (inspection_.notes.empty())
             return;
         out_ << "Notes on the bus:\n";
-        for (const std::string& note : scan_.notes)
+        for (const std::string& note : inspection_.notes)
             out_ << wrap(escaped(note, false), Step, 2 * Step);
     }
 
@@ -388,82 +328,26 @@ private:
         out_ << "\n" << wrapped(text + ".", 0, 2 * Step);
     }
 
-    const Scan& scan_;
+    const Inspection& inspection_;
     const Layout layout_;
     std::ostringstream& out_;
     DeviceTree tree_;
-    std::vector<std::string> portTexts_;
-    std::vector<std::string> nodeLabels_;
+    const NodeView* node_ = nullptr; // the node being printed
     size_t ports_ = 0;
-    size_t nodes_ = 0;       // nodes printed, over all ports
     size_t nodesOfPort_ = 0; // nodes printed of the current port
     NodeTally tally_;
 };
 
 } // namespace
 
-std::string escaped(const std::string& text, bool asciiOnly) {
-    std::string out;
-    for (size_t i = 0; i < text.size();) {
-        const unsigned char c = static_cast<unsigned char>(text[i]);
-        const size_t length = asciiOnly ? 0 : printableSequence(text, i);
-        if (c == '\\') {
-            out += "\\\\";
-            ++i;
-        } else if (c >= 0x20 && c < 0x7F) {
-            out += static_cast<char>(c);
-            ++i;
-        } else if (length > 0) {
-            out.append(text, i, length);
-            i += length;
-        } else {
-            char code[8];
-            std::snprintf(code, sizeof code, "\\x%02X", c);
-            out += code;
-            ++i;
-        }
-    }
-    return out;
-}
-
-std::string wrapped(const std::string& text, size_t indent, size_t hanging, size_t width) {
-    std::string out;
-    std::string line(indent, ' ');
-    size_t lineStart = indent;
-    size_t blanks = 0;
-    for (size_t i = 0; i < text.size();) {
-        if (text[i] == ' ') {
-            ++blanks;
-            ++i;
-            continue;
-        }
-        const size_t end = std::min(text.find(' ', i), text.size());
-        const std::string word = text.substr(i, end - i);
-        i = end;
-        // The blanks between words stay as given, except where the line is broken; a word too
-        // long for any line is broken itself.
-        for (const std::string& piece : pieces(word, width - std::min(width - 1, hanging))) {
-            if (line.size() > lineStart && line.size() + blanks + piece.size() > width) {
-                out += line + "\n";
-                line.assign(hanging, ' ');
-                lineStart = hanging;
-            } else if (line.size() > lineStart) {
-                line.append(blanks, ' ');
-            }
-            line += piece;
-            blanks = 0;
-        }
-    }
-    return out + line + "\n";
-}
-
-std::string textReport(const Scan& scan, const std::string& emptyText, const Layout& layout) {
+std::string textReport(const Inspection& inspection, const std::string& emptyText,
+                       const Layout& layout) {
     std::ostringstream out;
-    if (scan.devices.empty() && scan.nodes.isEmpty()) {
+    if (inspection.devices.empty() && inspection.nodes.empty()) {
         out << emptyText << "\n";
         return out.str();
     }
-    Printer(scan, layout, out).print();
+    Printer(inspection, layout, out).print();
     return out.str();
 }
 

@@ -1,12 +1,13 @@
 // rombus: reads the Configuration ROMs of IEEE 1394 nodes, from the machine's buses or from image
 // files, through the libRombus module, and prints the device tree and the problems found.
-#include "Capture.h"
-#include "Enumeration.h"
 #include "JsonReport.h"
 #include "Options.h"
-#include "Registry.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "TextReport.h"
+#include "inspect/Capture.h"
+#include "inspect/Inspection.h"
+#include "inspect/Registry.h"
 #include "lib1394/ImageFile.h"
 #include "lib1394/RegularFile.h"
 #include "lib1394/SysfsBus.h"
@@ -62,14 +63,15 @@ bool writeOut(const std::string& text) {
     return written;
 }
 
-int report(const Scan& scan, const Options& options, const std::string& emptyText) {
+int report(const Inspection& inspection, const Options& options, const std::string& emptyText) {
     Layout layout = layoutOf(options.color);
     layout.dump = options.dump;
-    const std::string text = options.format == Format::Json ? jsonText(jsonReport(scan))
-                                                            : textReport(scan, emptyText, layout);
+    const std::string text = options.format == Format::Json
+                                 ? jsonText(jsonReport(inspection))
+                                 : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
-    const bool failed = hasProblems(scan) || (options.strict && hasAdvisories(scan));
+    const bool failed = hasProblems(inspection) || (options.strict && hasAdvisories(inspection));
     return failed ? ExitProblems : ExitClean;
 }
 
@@ -91,8 +93,7 @@ int runScan(const Options& options) {
         return ExitUsage;
     }
     auto bus = std::make_shared<lib1394::SysfsBus>(options.sysfsRoot, options.byteOrder);
-    const Scan scan = enumerate(bus, settingsOf(options, registry));
-    const int status = report(scan, options,
+    const int status = report(inspect(bus, settingsOf(options, registry)), options,
                               "No FireWire devices under " + options.sysfsRoot +
                                   " (bus/firewire/devices lists no node).");
     if (options.saveRoms.empty())
@@ -129,7 +130,7 @@ int runCheck(const Options& options) {
     if (images.empty())
         return ExitUsage;
     auto bus = std::make_shared<lib1394::ImageFileBus>(images);
-    const int status = report(enumerate(bus, settingsOf(options, registry)), options, "");
+    const int status = report(inspect(bus, settingsOf(options, registry)), options, "");
     return inputError ? ExitUsage : status;
 }
 

@@ -1,4 +1,4 @@
-#include "Capture.h"
+#include "inspect/Capture.h"
 
 #include <cerrno>
 #include <cstdio>

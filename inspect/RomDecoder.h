@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RomWalk.h"
+#include "inspect/RomWalk.h"
 
 #include <cstdint>
 #include <string>

@@ -1,4 +1,4 @@
-#include "Registry.h"
+#include "inspect/Registry.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "RomDecoder.h"
+#include "inspect/RomDecoder.h"
 
 #include <algorithm>
 #include <map>

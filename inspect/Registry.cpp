@@ -1,4 +1,4 @@
-#include "Registry.h"
+#include "inspect/Registry.h"
 
 #include "lib1394/RegularFile.h"
 

@@ -1,4 +1,4 @@
-#include "RomWalk.h"
+#include "inspect/RomWalk.h"
 
 #include <cstdio>
 #include <set>

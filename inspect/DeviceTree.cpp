@@ -1,4 +1,4 @@
-#include "DeviceTree.h"
+#include "inspect/DeviceTree.h"
 
 namespace rombus {
 namespace {

@@ -1,4 +1,4 @@
-#include "UnitTypes.h"
+#include "inspect/UnitTypes.h"
 
 namespace rombus::decode {
 namespace {

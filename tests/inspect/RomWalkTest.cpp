@@ -1,5 +1,5 @@
-#include "RomWalk.h"
-#include "RomDecoder.h"
+#include "inspect/RomWalk.h"
+#include "inspect/RomDecoder.h"
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394Util.h"
 #include "vesk5/SysInfoModule.h"

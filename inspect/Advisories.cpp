@@ -1,9 +1,9 @@
-#include "Advisories.h"
+#include "inspect/Advisories.h"
 
-#include "Format.h"
-#include "UnitTypes.h"
+#include "inspect/Format.h"
+#include "inspect/Records.h"
+#include "inspect/UnitTypes.h"
 
-#include <cstdlib>
 #include <set>
 
 namespace rombus {
@@ -14,7 +14,6 @@ using decode::DecodedRom;
 using decode::RomBlock;
 using decode::RomEntry;
 
-constexpr uint64_t RomBase = 0xFFFFF0000400ull;
 constexpr uint8_t Eui64Key = 0x8D;
 constexpr uint8_t DependentDirectoryKey = 0xD4;
 
@@ -29,30 +28,14 @@ const char* blockName(const RomBlock& block) {
     }
 }
 
-// The ROM offset a record's variable names: "offset" as "%Xh", or the address after the '@' of
-// a locator ("dir_name"). -1 when it names none.
-int64_t recordOffset(const libRombus::lib1394_log& record, const char* name) {
-    if (record.message.isEmpty())
-        return -1;
-    const vesk5::Value* value = record.message->variables().find(name);
-    if (!value)
-        return -1;
-    const std::string text = value->text().str();
-    const size_t at = text.rfind('@');
-    const unsigned long long number =
-        std::strtoull(text.c_str() + (at == std::string::npos ? 0 : at + 1), nullptr, 16);
-    return at == std::string::npos ? static_cast<int64_t>(number)
-                                   : static_cast<int64_t>(number - RomBase);
-}
-
 // The blocks whose CRC the module checked and found wrong: its records give the offset of the
 // first quadlet each CRC covers.
 std::set<uint32_t> checkedBlocks(const libRombus::Messages& records) {
     std::set<uint32_t> blocks;
     for (const auto& record : records)
-        if (!record.message.isEmpty() && record.message->id() == "CRCCheckFailed")
-            if (const int64_t offset = recordOffset(record, "offset"); offset >= 4)
-                blocks.insert(static_cast<uint32_t>(offset - 4));
+        if (recordId(record) == "CRCCheckFailed")
+            if (const auto offset = concernedOffset(record))
+                blocks.insert(*offset);
     return blocks;
 }
 
@@ -145,9 +128,9 @@ const ArchitectureEntry architectureEntries[] = {
 std::set<uint32_t> refusedDirectories(const libRombus::Messages& records) {
     std::set<uint32_t> directories;
     for (const auto& record : records)
-        if (!record.message.isEmpty() && record.message->id() == "DirectoryEntryNotPermitted")
-            if (const int64_t offset = recordOffset(record, "dir_name"); offset >= 0)
-                directories.insert(static_cast<uint32_t>(offset));
+        if (recordId(record) == "DirectoryEntryNotPermitted")
+            if (const auto offset = recordOffset(record, "dir_name"))
+                directories.insert(*offset);
     return directories;
 }
 
@@ -177,15 +160,6 @@ void architectureAdvisories(const DecodedRom& decoded, const libRombus::Messages
 }
 
 } // namespace
-
-int64_t concernedOffset(const libRombus::lib1394_log& record) {
-    if (record.message.isEmpty())
-        return -1;
-    const int64_t offset = recordOffset(record, "offset");
-    if (record.message->id() == "CRCCheckFailed")
-        return offset >= 4 ? offset - 4 : -1;
-    return offset >= 0 ? offset : recordOffset(record, "dir_name");
-}
 
 std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded, const lib1394::RomNode& node,
                                    const libRombus::Messages& records) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RomDecoder.h"
+#include "inspect/RomDecoder.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
 
@@ -18,10 +18,6 @@ struct Advisory {
                       // sysfs-guid-mismatch, reserved-bus-option, architecture-entry
     std::string text;
 };
-
-// The ROM offset of the quadlet or block header a module record concerns: the block of a CRC
-// mismatch, the directory a rule names, the offset of a failed read; -1 when it names none.
-int64_t concernedOffset(const libRombus::lib1394_log& record);
 
 // What a node's decoded ROM shows that the module's records do not: CRCs that match only over
 // byte-reversed quadlets, lengths past the ROM's end, wrong CRCs of blocks the module did not
