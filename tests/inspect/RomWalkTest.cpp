@@ -73,6 +73,31 @@ TEST(RomWalk, LengthsPastTheEndAreCutAndShortImagesGiveNothing) {
     EXPECT_EQ(options->linkSpeed, 2u);
 }
 
+// The root, then dependent-information directories nested `levels` deep, each naming the next
+// one; the last holds a model id.
+RomLayout nestedLayout(int levels) {
+    RomLayout layout;
+    for (int level = 0; level < levels; ++level)
+        layout.directory({RomLayout::ref(0xD4, level + 1)});
+    layout.directory({RomLayout::immediate(0x17, 0x000042)});
+    return layout;
+}
+
+TEST(RomWalk, DirectoriesNestAsDeepAsTheRomHoldsThem) {
+    const std::vector<uint8_t> rom = nestedLayout(120).image();
+    ASSERT_LE(rom.size(), 1024u);
+    auto entries = rombus::decode::walkRoot(rom);
+    for (int level = 0; level < 120; ++level) {
+        ASSERT_EQ(entries.size(), 1u) << level;
+        EXPECT_EQ(entries[0].keyId(), 0x14u);
+        auto children = std::move(entries[0].children);
+        entries = std::move(children);
+    }
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].value, 0x42u);
+    EXPECT_EQ(rombus::decode::decodeRom(rom).blocks.size(), 122u);
+}
+
 TEST(RomWalk, UnitsTakeTheRootsIdsWhereTheirOwnAreMissing) {
     RomLayout layout;
     layout.directory({RomLayout::immediate(0x03, 0x0030E0), RomLayout::immediate(0x17, 0x000934),

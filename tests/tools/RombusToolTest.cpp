@@ -11,6 +11,8 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <csignal>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -309,9 +311,9 @@ TEST_F(RombusTool, UsageErrorsAndEmptyBusesAreToldPlainly) {
         EXPECT_THAT(run.err, HasSubstr(message));
     }
     const Outcome empty = registered("scan --sysfs " + folder_.path().string());
-    EXPECT_EQ(empty.status, 0);
+    EXPECT_EQ(empty.status, 3);
     EXPECT_THAT(empty.out, HasSubstr("No FireWire devices under " + folder_.path().string()));
-    const json emptyJson = rombusJson("scan --sysfs " + folder_.path().string(), 0);
+    const json emptyJson = rombusJson("scan --sysfs " + folder_.path().string(), 3);
     EXPECT_FALSE(emptyJson["result"].get<bool>());
     EXPECT_TRUE(emptyJson["devices"].empty());
 }
@@ -510,10 +512,11 @@ TEST_F(RombusTool, SavedRomsReadBackAsTheSameNodes) {
         EXPECT_EQ(portless(checked["nodes"][i]["messages"].dump()),
                   portless(expected[i]["messages"].dump()));
     }
-    // A second capture keeps the files unless told to replace them.
+    // A second capture keeps the files that differ unless told to replace them.
+    write("saved/0030e00000000001.rom", "other");
     const Outcome again = registered("scan --sysfs " + sample + " --save-roms " + saved);
     EXPECT_EQ(again.status, 2);
-    EXPECT_THAT(again.err, HasSubstr("0030e00000000001.rom: exists; kept (--overwrite"));
+    EXPECT_THAT(again.err, HasSubstr("0030e00000000001.rom: exists and differs; kept (--overwrite"));
     EXPECT_EQ(
         registered("scan --sysfs " + sample + " --save-roms " + saved + " --overwrite").status, 1);
 }
@@ -597,6 +600,280 @@ TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
         }
     }
     EXPECT_GT(compared, 20u);
+}
+
+// Runs a shell command line with the file size limit at zero, as a full disk would have it, and
+// answers its exit status and what it wrote to standard error (through a pipe, which no limit
+// of file sizes touches).
+Outcome withoutRoomToWrite(const std::string& arguments, const fs::path& folder) {
+    const fs::path err = folder / "full.err";
+    const std::string command = "sh -c 'trap \"\" XFSZ; (ulimit -f 0; exec \"" +
+                                std::string(ROMBUS_BINARY) + "\" " + arguments +
+                                " 2>&1 >/dev/null; echo $? >&2) | cat >\"" + err.string() +
+                                "\" 2>&1' 2>\"" + err.string() + ".status\"";
+    std::system(command.c_str());
+    return {std::atoi(readAll(err.string() + ".status").c_str()), "", readAll(err)};
+}
+
+std::vector<std::string> namesIn(const fs::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
+    const fs::path saved = folder_.path() / "saved";
+    fs::create_directories(saved);
+    const std::string victim = write("victim", "precious");
+    fs::create_symlink(victim, saved / "0030e00000000001.rom");
+    ASSERT_EQ(mkfifo((saved / "0800280000001394.rom").c_str(), 0600), 0);
+    const std::string save = "scan --sysfs " + sample + " --save-roms " + saved.string();
+    const Outcome linked = registered(save + " --overwrite");
+    EXPECT_EQ(linked.status, 2);
+    EXPECT_THAT(linked.err, HasSubstr("0030e00000000001.rom: is a symbolic link; not replaced"));
+    EXPECT_THAT(linked.err, HasSubstr("0800280000001394.rom: is a FIFO; not replaced"));
+    EXPECT_EQ(readAll(victim), "precious");
+    EXPECT_EQ(namesIn(saved).size(), 7u) << "nothing left beside the saved files";
+
+    // Capturing again into identical files is no error; a file that differs is kept.
+    fs::remove(saved / "0030e00000000001.rom");
+    fs::remove(saved / "0800280000001394.rom");
+    EXPECT_EQ(registered(save).status, 1);
+    const Outcome again = registered(save);
+    EXPECT_EQ(again.status, 1) << again.err;
+    EXPECT_EQ(again.err, "");
+    const std::string changed = write("saved/0030e00000000003.rom", "other");
+    const Outcome kept = registered(save);
+    EXPECT_EQ(kept.status, 2);
+    EXPECT_THAT(kept.err, HasSubstr("0030e00000000003.rom: exists and differs; kept"));
+    EXPECT_EQ(readAll(changed), "other");
+
+    // No room: the old files stay whole and no part of a new one is left behind.
+    const Outcome full = withoutRoomToWrite(save + " --overwrite --registry " + registry_,
+                                            folder_.path());
+    EXPECT_EQ(full.status, 2);
+    EXPECT_THAT(full.err, HasSubstr("0030e00000000003.rom: cannot be written: File too large"));
+    EXPECT_EQ(readAll(changed), "other");
+    const fs::path empty = folder_.path() / "empty";
+    EXPECT_EQ(withoutRoomToWrite("scan --sysfs " + sample + " --save-roms " + empty.string() +
+                                     " --registry " + registry_,
+                                 folder_.path())
+                  .status,
+              2);
+    EXPECT_TRUE(namesIn(empty).empty());
+
+    const std::string source = write("oui.csv", "Registry,Assignment,Organization Name\n"
+                                                "MA-L,080028,Texas Instruments\n");
+    const std::string registry = write("share/registry.txt", "080028 Old\n");
+    const Outcome noRoom =
+        withoutRoomToWrite("registry import --from " + source + " -o " + registry, folder_.path());
+    EXPECT_EQ(noRoom.status, 2);
+    EXPECT_THAT(noRoom.err, HasSubstr("registry.txt: cannot be written: File too large"));
+    EXPECT_EQ(readAll(registry), "080028 Old\n");
+    EXPECT_EQ(namesIn(folder_.path() / "share"), std::vector<std::string>{"registry.txt"});
+    const std::string fifo = (folder_.path() / "share/fifo").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const Outcome toFifo = rombus("registry import --from " + source + " -o " + fifo);
+    EXPECT_EQ(toFifo.status, 2);
+    EXPECT_THAT(toFifo.err, HasSubstr("fifo: is a FIFO; not replaced"));
+    EXPECT_EQ(rombus("registry import --from " + source + " -o " + registry).status, 0);
+    EXPECT_EQ(readAll(registry), "080028 Texas Instruments\n");
+}
+
+TEST_F(RombusTool, SavedRomsKeepTheirBytesWhateverTheyLookLike) {
+    // A bus name stored byte-reversed, and a ROM whose every byte is printable.
+    rombus_test::BusInfo reversed;
+    reversed.busName = "4931";
+    reversed.guid = 0x0030E00000000021ull;
+    rombus_test::RomLayout odd(reversed);
+    odd.directory({rombus_test::RomLayout::immediate(0x03, 0x0030E0)});
+    const std::vector<uint8_t> printable(std::vector<uint8_t>(40, '0'));
+    const rombus_test::SysfsTree tree(folder_.path() / "sysfs");
+    tree.addNode("pci/a", "fw0", odd.image(), reversed.guid);
+    tree.addNode("pci/a", "fw1", printable, 0x3030303030303030ull);
+    const fs::path saved = folder_.path() / "saved";
+    const json scanned =
+        rombusJson("scan --sysfs " + tree.root().string() + " --save-roms " + saved.string(), 1);
+    const std::string files = " " + (saved / "0030e00000000021.rom").string() + " " +
+                              (saved / "3030303030303030.rom").string();
+    const json checked = rombusJson("check" + files, 1);
+    ASSERT_EQ(checked["nodes"].size(), 2u);
+    for (size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(checked["nodes"][i]["guid"], scanned["nodes"][i]["guid"]) << i;
+        EXPECT_EQ(checked["nodes"][i]["entries"], scanned["nodes"][i]["entries"]) << i;
+        EXPECT_EQ(messagesOf(checked["nodes"][i]), messagesOf(scanned["nodes"][i])) << i;
+    }
+    // Any other name: the form is found from the bytes unless named.
+    const std::string text = write("printable.bin", asBytes(printable));
+    EXPECT_THAT(rombus("check " + text).err, HasSubstr("is not a 32-bit quadlet"));
+    const json forced = rombusJson("check --form binary " + text, 1);
+    EXPECT_EQ(forced["nodes"][0]["guid"], "3030303030303030");
+    const std::string hex = write("hex.rom", hexLines({0x04040000, 0x31333934}));
+    EXPECT_EQ(registered("check --form hex " + hex).status, 1);
+}
+
+TEST_F(RombusTool, OnlyABusWhoseEveryNodeWasReadIsClean) {
+    const rombus_test::SysfsTree tree(folder_.path() / "sysfs");
+    fs::copy_file(sampleDisk, tree.add("pci/a", "fw0") / "config_rom");
+    const std::string scan = "scan --sysfs " + tree.root().string();
+    EXPECT_EQ(registered(scan).status, 0);
+    EXPECT_TRUE(rombusJson(scan, 0)["ok"].get<bool>());
+    fs::create_directory_symlink("../../../devices/pci/a/gone",
+                                 tree.root() / "bus/firewire/devices/fw1");
+    EXPECT_EQ(registered(scan).status, 1);
+    EXPECT_FALSE(rombusJson(scan, 1)["ok"].get<bool>());
+    // No bus, or a bus without a node: nothing was read, which is neither clean nor a node's
+    // problem.
+    for (const fs::path& root : {folder_.path() / "nobus", folder_.path() / "sysfs-empty"}) {
+        fs::create_directories(root);
+        if (root.filename() == "sysfs-empty")
+            rombus_test::SysfsTree{root};
+        const Outcome none = registered("scan --sysfs " + root.string());
+        EXPECT_EQ(none.status, 3) << root;
+        EXPECT_THAT(none.out, HasSubstr("No FireWire devices under " + root.string()));
+        EXPECT_FALSE(rombusJson("scan --sysfs " + root.string(), 3)["ok"].get<bool>());
+    }
+    EXPECT_THAT(rombus("--help").out, HasSubstr("3  no FireWire bus, or no node on it"));
+}
+
+TEST_F(RombusTool, VendorLookupsOfOneNodeAreBounded) {
+    using rombus_test::RomLayout;
+    RomLayout storm(0x0030E00000000031ull);
+    storm.directory(std::vector<RomLayout::Item>(40, RomLayout::immediate(0x03, 0xFFFFFF)));
+    RomLayout few(0x0030E00000000032ull);
+    few.directory(std::vector<RomLayout::Item>(5, RomLayout::immediate(0x03, 0x0030E0)));
+    const std::string stormFile = write("storm.rom", asBytes(storm.image()));
+    const std::string fewFile = write("few.rom", asBytes(few.image()));
+    const Outcome run = registered("check " + fewFile + " " + stormFile);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 16 vendor "
+                                   "lookups"));
+    EXPECT_THAT(run.out, HasSubstr("1 without problems"));
+    const json report = rombusJson("check " + fewFile + " " + stormFile, 1);
+    EXPECT_TRUE(report["nodes"][0]["readingStopped"].is_null());
+    EXPECT_EQ(report["nodes"][1]["readingStopped"],
+              json::parse(R"({"budget": "lookups", "limit": 16})"));
+}
+
+TEST_F(RombusTool, InvisibleAndDirectionalCharactersAreEscaped) {
+    const char* const invisible[] = {
+        "\xE2\x80\xAE", "\xE2\x81\xA6", "\xE2\x80\x8F", "\xE2\x80\xA8", "\xEF\xBB\xBF",
+        "\xC2\xAD",     "\xD8\x9C",     "\xE2\x80\x8B", "\xE2\x81\xA0", "\xF3\xA0\x80\x81"};
+    for (const char* character : invisible) {
+        const std::string name = std::string("x") + character + "y\xC3\xA9.rom";
+        const std::string path = write(name, readAll(sampleDisk));
+        const Outcome run = registered("check --byte-order le '" + path + "'");
+        EXPECT_EQ(run.status, 0) << run.err;
+        std::string escapedForm;
+        for (const char* c = character; *c; ++c) {
+            char code[8];
+            std::snprintf(code, sizeof code, "\\x%02X", static_cast<unsigned char>(*c));
+            escapedForm += code;
+        }
+        EXPECT_THAT(run.out, HasSubstr("x" + escapedForm + "y\xC3\xA9.rom")) << escapedForm;
+        EXPECT_EQ(run.out.find(character), std::string::npos) << escapedForm;
+    }
+}
+
+TEST_F(RombusTool, SmallEdgesAreToldNotHidden) {
+    const std::string disk = write("disk.le", readAll(sampleDisk));
+    // A width the terminal cannot have is no width.
+    for (const char* columns : {"-5", "99999999999999999999999"}) {
+        const fs::path out = folder_.path() / "terminal";
+        const std::string command = std::string("script -qec \"COLUMNS=") + columns + " '" +
+                                    ROMBUS_BINARY + "' check " + disk + " --registry " +
+                                    registry_ + "\" /dev/null </dev/null >'" + out.string() + "'";
+        EXPECT_GE(std::system(command.c_str()), 0);
+        std::istringstream lines(readAll(out));
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_LE(line.size(), 101u) << columns;
+    }
+    // Standard input on a terminal: a word of what is awaited.
+    const fs::path out = folder_.path() / "terminal";
+    const std::string command = std::string("script -qec \"'") + ROMBUS_BINARY +
+                                "' check -\" /dev/null </dev/null >'" + out.string() + "'";
+    EXPECT_GE(std::system(command.c_str()), 0);
+    EXPECT_THAT(readAll(out), HasSubstr("reading a ROM image from standard input"));
+
+    const Outcome dumpJson = registered("-x check " + disk + " --format json");
+    EXPECT_EQ(dumpJson.status, 0);
+    EXPECT_THAT(dumpJson.err, HasSubstr("--dump is not part of the JSON report"));
+    for (const char* arguments : {"--help", "--version", "check --help"}) {
+        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
+                                    " >/dev/full 2>'" + (folder_.path() / "err").string() + "'";
+        const int raw = std::system(command.c_str());
+        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
+        EXPECT_THAT(readAll(folder_.path() / "err"),
+                    HasSubstr("standard output cannot be written: No space left"));
+    }
+    const Outcome notAFolder = registered("scan --sysfs " + sample + " --save-roms " + disk +
+                                          "/roms");
+    EXPECT_EQ(notAFolder.status, 2);
+    EXPECT_THAT(notAFolder.err, HasSubstr("cannot be made a folder for the ROMs: Not a directory"));
+
+    // A guid file the kernel never writes, and a config_rom cut inside a quadlet.
+    const rombus_test::SysfsTree tree(folder_.path() / "sysfs");
+    const fs::path node = tree.add("pci/a", "fw0");
+    rombus_test::SysfsTree::write(node / "guid", "-1\n");
+    rombus_test::SysfsTree::write(node / "config_rom", readAll(sampleDisk) + "ab");
+    const json report = rombusJson("scan --sysfs " + tree.root().string(), 0);
+    EXPECT_EQ(report["nodes"][0]["guid"], "0030e00000000001");
+    EXPECT_EQ(report["nodes"][0]["notes"],
+              json::array({"guid \"-1\" is not a unique id in hexadecimal; the ROM's is used",
+                           "config_rom ends with 2 bytes after its last whole quadlet; they "
+                           "were left out"}));
+}
+
+TEST_F(RombusTool, AReaderThatLeavesEndsTheReportQuietly) {
+    const std::string disk = write("disk.le", readAll(sampleDisk));
+    std::string files;
+    for (int i = 0; i < 40; ++i)
+        files += " " + disk;
+    const fs::path err = folder_.path() / "err";
+    const std::string command = std::string("bash -c \"'") + ROMBUS_BINARY + "' -x check" + files +
+                                " --registry " + registry_ + " 2>'" + err.string() +
+                                "' | head -c 1 >/dev/null; exit \\${PIPESTATUS[0]}\"";
+    const int raw = std::system(command.c_str());
+    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 128 + SIGPIPE);
+    EXPECT_EQ(readAll(err), "");
+}
+
+TEST_F(RombusTool, RegistryImportTakesLittleMemoryWhateverTheInput) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "the address sanitizer reserves more address space than the limit allows";
+#endif
+    // 16 MiB of blank lines and a name among them, in 256 MB of address space.
+    const std::string blank = write("blank.csv", "Registry,Assignment,Organization Name\n" +
+                                                     std::string(16 << 20, '\n') +
+                                                     "MA-L,080028,Texas Instruments\n");
+    const fs::path out = folder_.path() / "imported.txt";
+    const std::string command = "sh -c 'ulimit -v 262144; exec \"" + std::string(ROMBUS_BINARY) +
+                                "\" registry import --from \"" + blank + "\" -o \"" +
+                                out.string() + "\"'";
+    const int raw = std::system(command.c_str());
+    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 0);
+    EXPECT_EQ(readAll(out), "080028 Texas Instruments\n");
+}
+
+TEST_F(RombusTool, DeeplyNestedDirectoriesAreReportedWhole) {
+    using rombus_test::RomLayout;
+    RomLayout nested;
+    nested.directory({RomLayout::immediate(0x03, 0x0030E0), RomLayout::ref(0xD4, 1)});
+    for (int level = 1; level < 120; ++level)
+        nested.directory({RomLayout::ref(0xD4, level + 1)});
+    nested.directory({RomLayout::immediate(0x17, 0x000042)});
+    const json report = rombusJson("check " + write("nested.rom", asBytes(nested.image())), 0);
+    json entry = report["nodes"][0]["entries"][1];
+    int depth = 0;
+    while (!entry["children"].empty()) {
+        json next = entry["children"].back();
+        entry = std::move(next);
+        ++depth;
+    }
+    EXPECT_EQ(depth, 120);
+    EXPECT_EQ(entry["value"], 0x42);
 }
 
 } // namespace
