@@ -1,10 +1,9 @@
 #include "inspect/Capture.h"
 
-#include <cerrno>
+#include "inspect/AtomicFile.h"
+
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 
 namespace rombus {
@@ -23,18 +22,16 @@ std::string fileName(uint64_t guid, std::map<uint64_t, unsigned>& seen) {
     return name;
 }
 
-// Writes a file anew, or only when it does not exist yet; empty on success, else why not.
+// Writes a file whole, or leaves what is there; empty on success (or when the file holds the
+// bytes already), else why not.
 std::string writeFile(const fs::path& path, const std::vector<uint8_t>& bytes, bool overwrite) {
-    std::error_code error;
-    if (!overwrite && fs::symlink_status(path, error).type() != fs::file_type::not_found)
-        return path.string() + ": exists; kept (--overwrite replaces it)";
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()),
-              static_cast<std::streamsize>(bytes.size()));
-    out.close();
-    if (!out)
-        return path.string() + ": cannot be written: " + std::strerror(errno);
-    return std::string();
+    const FileWrite write =
+        writeWholeFile(path.string(), std::string(bytes.begin(), bytes.end()), overwrite);
+    if (write.ok())
+        return std::string();
+    const char* const hint =
+        write.outcome == WriteOutcome::Kept ? " (--overwrite replaces it)" : "";
+    return path.string() + ": " + write.reason + hint;
 }
 
 } // namespace
@@ -43,8 +40,10 @@ std::vector<std::string> saveRoms(const std::vector<lib1394::RomPort>& ports,
                                   const std::string& folder, bool overwrite) {
     std::error_code error;
     fs::create_directories(folder, error);
-    if (!fs::is_directory(folder, error))
-        return {folder + ": cannot be made a folder for the ROMs"};
+    if (!error && !fs::is_directory(folder, error))
+        error = std::make_error_code(std::errc::not_a_directory);
+    if (error)
+        return {folder + ": cannot be made a folder for the ROMs: " + error.message()};
     std::vector<std::string> problems;
     std::map<uint64_t, unsigned> seen;
     for (const lib1394::RomPort& port : ports)

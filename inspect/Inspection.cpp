@@ -170,8 +170,14 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
 }
 
 bool hasProblems(const Inspection& inspection) {
-    return std::any_of(inspection.nodes.begin(), inspection.nodes.end(),
+    // Every note of the bus is of a node it skipped (a link that leads nowhere, a port full).
+    return !inspection.notes.empty() ||
+           std::any_of(inspection.nodes.begin(), inspection.nodes.end(),
                        [](const NodeView& node) { return node.status() != NodeStatus::Ok; });
+}
+
+bool isClean(const Inspection& inspection) {
+    return !inspection.nodes.empty() && !hasProblems(inspection);
 }
 
 bool hasAdvisories(const Inspection& inspection) {

@@ -46,8 +46,11 @@ struct Inspection {
 // builds the view of each.
 Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
 
-// Whether any node has a problem record or could not be read.
+// Whether any node has a problem record or could not be read, or the bus skipped a node.
 bool hasProblems(const Inspection& inspection);
+// Whether nodes were found and every one was read without a problem: no bus, or a bus without
+// a node, is not clean, nor is it a problem of a node.
+bool isClean(const Inspection& inspection);
 // Whether the decoder found anything the module does not report.
 bool hasAdvisories(const Inspection& inspection);
 

@@ -14,6 +14,7 @@ namespace {
 constexpr size_t MaxFileSize = 1 << 20;
 constexpr unsigned MaxQuadlets = MaxRomSize / 4;
 constexpr size_t MaxTokenShown = 24;
+constexpr const char* SavedRomExtension = ".rom";
 
 ImageFile failure(const std::string& name, const std::string& reason) {
     ImageFile image;
@@ -168,28 +169,36 @@ ImageFile decodeBinary(const std::string& name, const std::string& content) {
 
 } // namespace
 
-ImageFile decodeImage(const std::string& name, const std::string& content, ByteOrder order) {
+ImageFile decodeImage(const std::string& name, const std::string& content, ByteOrder order,
+                      ImageForm form) {
     if (content.empty())
         return failure(name, "the file is empty");
-    const std::string spoilt = spoiltText(content);
+    const std::string spoilt = form == ImageForm::Binary ? std::string() : spoiltText(content);
     if (!spoilt.empty())
         return failure(name, spoilt);
-    ImageFile image =
-        looksBinary(content) ? decodeBinary(name, content) : decodeText(name, content);
+    const bool binary =
+        form == ImageForm::Binary || (form == ImageForm::Detect && looksBinary(content));
+    ImageFile image = binary ? decodeBinary(name, content) : decodeText(name, content);
     if (image.ok() && !toBusOrder(image.rom, order))
         return failure(name, std::to_string(image.rom.size()) +
                                  " bytes are not a whole number of little-endian quadlets");
     return image;
 }
 
-ImageFile readImageFile(const std::string& path, ByteOrder order) {
+ImageFile readImageFile(const std::string& path, ByteOrder order, ImageForm form) {
     const RegularFile file = readRegularFile(path, MaxFileSize);
     if (!file.ok())
         return failure(path, file.error);
-    return decodeImage(path, file.content, order);
+    // A saved ROM: raw binary in bus order, never taken for text or for little-endian quadlets.
+    if (form == ImageForm::Detect && path.ends_with(SavedRomExtension)) {
+        form = ImageForm::Binary;
+        order = order == ByteOrder::Detect ? ByteOrder::Big : order;
+    }
+    return decodeImage(path, file.content, order, form);
 }
 
-ImageFile readImageStream(const std::string& name, std::FILE* stream, ByteOrder order) {
+ImageFile readImageStream(const std::string& name, std::FILE* stream, ByteOrder order,
+                          ImageForm form) {
     std::string content;
     char piece[4096];
     size_t count = 0;
@@ -200,7 +209,7 @@ ImageFile readImageStream(const std::string& name, std::FILE* stream, ByteOrder 
         return failure(name, "cannot be read");
     if (content.size() > MaxFileSize)
         return failure(name, "is larger than " + std::to_string(MaxFileSize) + " bytes");
-    return decodeImage(name, content, order);
+    return decodeImage(name, content, order, form);
 }
 
 ImageFileBus::ImageFileBus(const std::vector<ImageFile>& images)

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <optional>
 
 namespace lib1394 {
 namespace {
@@ -74,7 +75,8 @@ std::vector<FoundNode> findNodes(const fs::path& devices, std::vector<std::strin
     return nodes;
 }
 
-uint64_t readGuid(const fs::path& folder, RomNode& node) {
+// The GUID the guid file holds: 0 when there is none, nothing when it holds no GUID (noted).
+std::optional<uint64_t> readGuid(const fs::path& folder, RomNode& node) {
     const fs::path path = folder / "guid";
     std::error_code error;
     if (!fs::exists(path, error))
@@ -84,9 +86,18 @@ uint64_t readGuid(const fs::path& folder, RomNode& node) {
         node.notes.push_back("guid " + file.error);
         return 0;
     }
-    char* end = nullptr;
-    const unsigned long long guid = std::strtoull(file.content.c_str(), &end, 16);
-    return end != file.content.c_str() ? guid : 0;
+    std::string text = file.content;
+    while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))
+        text.pop_back();
+    const size_t digits = text.rfind("0x", 0) == 0 ? 2 : 0;
+    const bool hex = text.size() > digits && text.size() - digits <= 16 &&
+                     text.find_first_not_of("0123456789abcdefABCDEF", digits) == std::string::npos;
+    if (!hex) {
+        node.notes.push_back("guid \"" + text +
+                             "\" is not a unique id in hexadecimal; the ROM's is used");
+        return std::nullopt;
+    }
+    return std::strtoull(text.c_str() + digits, nullptr, 16);
 }
 
 // A short text attribute of a device folder, without its line break; empty when it is missing
@@ -124,12 +135,13 @@ std::vector<std::string> unitDrivers(const FoundNode& found) {
 RomNode readNode(const FoundNode& found, ByteOrder order) {
     RomNode node;
     node.label = found.name;
-    node.guid = readGuid(found.folder, node);
+    const std::optional<uint64_t> guid = readGuid(found.folder, node);
     node.vendorName = readAttribute(found.folder / "vendor_name");
     node.modelName = readAttribute(found.folder / "model_name");
     node.unitDrivers = unitDrivers(found);
     const RegularFile file =
         readRegularFile((found.folder / "config_rom").string(), MaxRomSize, true);
+    node.guid = guid.value_or(0);
     if (!file.ok()) {
         node.notes.push_back("config_rom " + file.error);
         node.accessible = false;
@@ -140,12 +152,16 @@ RomNode readNode(const FoundNode& found, ByteOrder order) {
                              " bytes, the most a Configuration ROM has; its first " +
                              std::to_string(MaxRomSize) + " were read");
     // Only whole quadlets are kept: the kernel never shows a part of one.
+    if (const size_t extra = file.content.size() % 4)
+        node.notes.push_back("config_rom ends with " + std::to_string(extra) +
+                             " bytes after its last whole quadlet; they were left out");
     node.rom.assign(file.content.begin(), file.content.begin() + file.content.size() / 4 * 4);
     node.accessible = !node.rom.empty();
     const bool little = order == ByteOrder::Little ||
                         (order == ByteOrder::Detect && std::endian::native == std::endian::little);
     if (little)
         swapQuadlets(node.rom);
+    node.guid = guid ? *guid : guidOfRom(node.rom);
     return node;
 }
 

@@ -177,7 +177,7 @@ json jsonReport(const Inspection& inspection) {
         reports.push_back({{"severity", levelName(static_cast<uint32_t>(report.severity))},
                            {"event", report.event.zulString().str()},
                            {"text", report.text.str()}});
-    return {{"formatVersion", FormatVersion}, {"ok", !hasProblems(inspection)},
+    return {{"formatVersion", FormatVersion}, {"ok", isClean(inspection)},
             {"result", inspection.result},    {"devices", std::move(devices)},
             {"nodes", std::move(nodes)},      {"reports", std::move(reports)},
             {"notes", inspection.notes}};

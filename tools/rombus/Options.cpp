@@ -4,6 +4,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <sstream>
+
 namespace rombus {
 namespace {
 
@@ -20,9 +22,12 @@ std::string mainFooter() {
            "\n"
            "Exit status:\n"
            "  0  every node was read without a problem record\n"
-           "  1  a node has a problem record, or a node's ROM could not be read\n"
+           "  1  a node has a problem record, a node's ROM could not be read, or the bus\n"
+           "     skipped a node (a link that leads nowhere, a port past 63 nodes)\n"
            "  2  usage error, bad input (an unreadable, empty, oversized or malformed file),\n"
-           "     or a report that could not be written\n";
+           "     or a report or file that could not be written\n"
+           "  3  no FireWire bus, or no node on it: nothing was read\n"
+           "A reader that goes away (rombus ... | head) ends the tool by SIGPIPE.\n";
 }
 
 const char* const scanFooter =
@@ -33,11 +38,12 @@ const char* const scanFooter =
 
 const char* const checkFooter =
     "Reads ROM image files, each one node, 63 to a port, in the order given; '-' reads\n"
-    "an image from standard input. Forms: raw binary in bus order; raw binary in\n"
-    "little-endian quadlets (a copy of a sysfs config_rom, found by its signature or\n"
-    "named with --byte-order le); hex text of 32-bit quadlets separated by blanks or\n"
-    "commas, optional 0x, comments from # or // to the end of the line. At most 1024\n"
-    "bytes (256 quadlets) each.\n";
+    "an image from standard input. A file named *.rom is raw binary in bus order, as\n"
+    "--save-roms writes it. Any other is found by its bytes, unless --form names its\n"
+    "form: raw binary in bus order; raw binary in little-endian quadlets (a copy of a\n"
+    "sysfs config_rom, found by its signature or named with --byte-order le); hex text\n"
+    "of 32-bit quadlets separated by blanks or commas, optional 0x, comments from # or\n"
+    "// to the end of the line. At most 1024 bytes (256 quadlets) each.\n";
 
 std::string importFooter() {
     return "Turns the IEEE registry of Debian's ieee-data into the vendor registry the tool\n"
@@ -50,6 +56,7 @@ struct Names {
     std::string format = "text";
     std::string color = "auto";
     std::string byteOrder;
+    std::string form = "auto";
     int verbosity = 0;
     CLI::Option* logLevel = nullptr;
 };
@@ -105,9 +112,15 @@ void addScan(CLI::App& app, Options& options) {
     scan->callback([&options] { options.command = Command::Scan; });
 }
 
-void addCheck(CLI::App& app, Options& options) {
+void addCheck(CLI::App& app, Options& options, Names& names) {
     CLI::App* check = app.add_subcommand("check", "Read Configuration ROM image files");
     check->add_option("FILE", options.files, "ROM image files; - for standard input")->required();
+    check
+        ->add_option("--form", names.form,
+                     "How the images are stored: auto (by name and bytes; the default),\n"
+                     "binary (raw bytes) or hex (hex text)")
+        ->type_name("auto|binary|hex")
+        ->check(CLI::IsMember({"auto", "binary", "hex"}).description(""));
     check->footer(checkFooter);
     check->callback([&options] { options.command = Command::Check; });
 }
@@ -132,6 +145,12 @@ unsigned logLevelOf(const Names& names, unsigned given) {
     return byVerbosity[std::min(names.verbosity, 3)];
 }
 
+lib1394::ImageForm formOf(const std::string& name) {
+    if (name == "binary")
+        return lib1394::ImageForm::Binary;
+    return name == "hex" ? lib1394::ImageForm::Hex : lib1394::ImageForm::Detect;
+}
+
 Color colorOf(const std::string& name) {
     if (name == "always")
         return Color::Always;
@@ -149,14 +168,16 @@ int parseOptions(int argc, char** argv, Options& options) {
     Names names;
     addCommonOptions(app, options, names);
     addScan(app, options);
-    addCheck(app, options);
+    addCheck(app, options, names);
     addRegistry(app, options);
     // Set last, so that the commands keep footers of their own.
     app.footer(mainFooter());
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        const int status = app.exit(error);
+        std::ostringstream out;
+        const int status = app.exit(error, out);
+        options.printed = out.str();
         return status == 0 ? ExitClean : ExitUsage;
     }
     options.format = names.format == "json" ? Format::Json : Format::Text;
@@ -165,6 +186,7 @@ int parseOptions(int argc, char** argv, Options& options) {
     if (!names.byteOrder.empty())
         options.byteOrder =
             names.byteOrder == "le" ? lib1394::ByteOrder::Little : lib1394::ByteOrder::Big;
+    options.form = formOf(names.form);
     return -1;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Terminal.h"
+#include "lib1394/ImageFile.h"
 #include "lib1394/RomImageBus.h"
 
 #include <string>
@@ -12,7 +13,7 @@ enum class Command { Scan, Check, RegistryImport };
 enum class Format { Text, Json };
 
 // Exit statuses of the tool.
-enum ExitStatus : int { ExitClean = 0, ExitProblems = 1, ExitUsage = 2 };
+enum ExitStatus : int { ExitClean = 0, ExitProblems = 1, ExitUsage = 2, ExitNoNode = 3 };
 
 struct Options {
     Command command = Command::Scan;
@@ -28,12 +29,15 @@ struct Options {
     bool strict = false;   // advisories count as problems in the exit status
     unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
-    std::string importFrom; // empty: the ieee-data registry
-    std::string importTo;   // empty: standard output
+    lib1394::ImageForm form = lib1394::ImageForm::Detect; // check: how the images are stored
+    std::string importFrom;                               // empty: the ieee-data registry
+    std::string importTo;                                 // empty: standard output
+    std::string printed;                                  // what --help or --version asks to print
 };
 
 // Parses the command line. Returns -1 when the command is to run, otherwise the status to exit
-// with at once (after --help, --version or a usage error, whose message is already printed).
+// with at once: after a usage error, whose message is already printed, or after --help and
+// --version, whose text is left in options.printed for the caller to write.
 int parseOptions(int argc, char** argv, Options& options);
 
 } // namespace rombus

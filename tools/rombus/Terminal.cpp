@@ -1,6 +1,7 @@
 #include "Terminal.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <string>
 #include <sys/ioctl.h>
@@ -11,12 +12,18 @@ namespace {
 
 constexpr size_t NarrowestWidth = 60;
 constexpr size_t FileWidth = 100;
+// Wider than any terminal; a larger COLUMNS is no width and is ignored.
+constexpr unsigned long MaxColumns = 65535;
 
 size_t terminalWidth() {
     if (const char* columns = std::getenv("COLUMNS")) {
+        // Digits only: strtoul would take "-5" for a huge number and saturate past its range.
         char* end = nullptr;
+        errno = 0;
         const unsigned long value = std::strtoul(columns, &end, 10);
-        if (end != columns && *end == '\0' && value > 0)
+        const bool digits = *columns >= '0' && *columns <= '9';
+        if (digits && errno == 0 && end != columns && *end == '\0' && value > 0 &&
+            value <= MaxColumns)
             return std::max<size_t>(value, NarrowestWidth);
     }
     winsize size{};

@@ -5,8 +5,10 @@
 
 namespace rombus {
 
-// A text as it is safe to show on a terminal: control characters, backslashes and bytes that are
-// not printable UTF-8 escaped (\xHH, \\); with asciiOnly, every byte above 7Fh as well (the text
+// A text as it is safe to show on a terminal: control characters, backslashes, bytes that are
+// not printable UTF-8 and invisible format characters (bidirectional controls, zero-width
+// characters, the byte-order mark, line and paragraph separators) escaped, each byte as \xHH,
+// a backslash as \\; with asciiOnly, every byte above 7Fh as well (the text
 // of a ROM is ASCII).
 std::string escaped(const std::string& text, bool asciiOnly);
 

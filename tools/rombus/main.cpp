@@ -5,6 +5,7 @@
 #include "Terminal.h"
 #include "Text.h"
 #include "TextReport.h"
+#include "inspect/AtomicFile.h"
 #include "inspect/Capture.h"
 #include "inspect/Inspection.h"
 #include "inspect/Registry.h"
@@ -17,7 +18,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
+#include <unistd.h>
 
 namespace {
 
@@ -52,11 +53,12 @@ bool chooseRegistry(const Options& options, std::string& path) {
 }
 
 // Writes the whole text to standard output; false, with a message, when it cannot (a full
-// disk, a closed pipe): a report that did not arrive must not pass for a clean one.
+// disk): a report that did not arrive must not pass for a clean one. A reader that has gone
+// ends the tool by SIGPIPE before this returns, as it does other tools of a pipeline.
 bool writeOut(const std::string& text) {
     errno = 0;
-    const bool written =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                         std::fflush(stdout) == 0 && !std::ferror(stdout);
     if (!written)
         complain(std::string("standard output cannot be written: ") +
                  (errno ? std::strerror(errno) : "unknown error"));
@@ -66,13 +68,17 @@ bool writeOut(const std::string& text) {
 int report(const Inspection& inspection, const Options& options, const std::string& emptyText) {
     Layout layout = layoutOf(options.color);
     layout.dump = options.dump;
+    if (options.dump && options.format == Format::Json)
+        complain("--dump is not part of the JSON report; the entries are, under \"entries\"");
     const std::string text = options.format == Format::Json
                                  ? jsonText(jsonReport(inspection))
                                  : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
     const bool failed = hasProblems(inspection) || (options.strict && hasAdvisories(inspection));
-    return failed ? ExitProblems : ExitClean;
+    if (failed)
+        return ExitProblems;
+    return inspection.nodes.empty() ? ExitNoNode : ExitClean;
 }
 
 Settings settingsOf(const Options& options, const std::string& registry) {
@@ -106,10 +112,14 @@ int runScan(const Options& options) {
 }
 
 // An image file, or standard input for "-".
-lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order) {
-    if (path == "-")
-        return lib1394::readImageStream("standard input", stdin, order);
-    return lib1394::readImageFile(path, order);
+lib1394::ImageFile readImage(const std::string& path, const Options& options) {
+    if (path == "-") {
+        if (::isatty(STDIN_FILENO))
+            std::fprintf(stderr, "rombus: reading a ROM image from standard input (end with "
+                                 "Ctrl-D)\n");
+        return lib1394::readImageStream("standard input", stdin, options.byteOrder, options.form);
+    }
+    return lib1394::readImageFile(path, options.byteOrder, options.form);
 }
 
 int runCheck(const Options& options) {
@@ -119,7 +129,7 @@ int runCheck(const Options& options) {
     std::vector<lib1394::ImageFile> images;
     bool inputError = false;
     for (const std::string& path : options.files) {
-        lib1394::ImageFile image = readImage(path, options.byteOrder);
+        lib1394::ImageFile image = readImage(path, options);
         if (image.ok()) {
             images.push_back(std::move(image));
         } else {
@@ -150,11 +160,9 @@ int runImport(const Options& options) {
     const fs::path parent = fs::path(options.importTo).parent_path();
     if (!parent.empty())
         fs::create_directories(parent, fsError);
-    std::ofstream out(options.importTo, std::ios::binary | std::ios::trunc);
-    out << registry;
-    out.close();
-    if (!out) {
-        complain(options.importTo + ": cannot be written");
+    const FileWrite written = writeWholeFile(options.importTo, registry, true);
+    if (!written.ok()) {
+        complain(options.importTo + ": " + written.reason);
         return ExitUsage;
     }
     return ExitClean;
@@ -163,10 +171,14 @@ int runImport(const Options& options) {
 } // namespace
 
 int main(int argc, char** argv) {
-    // A closed pipe is a failed write, told as such, not a silent death.
-    std::signal(SIGPIPE, SIG_IGN);
+    // A reader that has gone ends the tool quietly, as it ends the other tools of a pipeline,
+    // whatever the disposition the tool was started with.
+    std::signal(SIGPIPE, SIG_DFL);
     Options options;
     const int status = parseOptions(argc, argv, options);
+    // Help and the version must arrive as well as a report.
+    if (status == ExitClean)
+        return writeOut(options.printed) ? ExitClean : ExitUsage;
     if (status >= 0)
         return status;
     switch (options.command) {
