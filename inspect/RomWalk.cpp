@@ -16,8 +16,10 @@ enum KeyId : unsigned {
     ModelId = 0x17,
 };
 constexpr uint8_t UnitDirectoryKey = 0xD1;
-// How deep directories may nest: far more than any ROM of 256 quadlets can hold without a loop.
-constexpr unsigned MaxDepth = 64;
+// How deep directories may nest: as many levels as a ROM has quadlets. Each block is read once,
+// and a directory takes at least one quadlet, so no ROM of the largest size is ever cut; the
+// bound only keeps a larger image from nesting the walk without end.
+constexpr unsigned MaxDepth = 256;
 
 // The number of quadlets a block's header declares, cut to what the image holds after it.
 uint32_t availableLength(const std::vector<uint8_t>& rom, uint32_t offset) {
