@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-
+#include <fstream>
+#include <map>
+#include <optional>
 #include <sstream>
 
 namespace rombus {
@@ -54,14 +56,6 @@ std::string cleanName(const std::string& raw) {
     return name;
 }
 
-void addEntry(std::vector<RegistryEntry>& entries, const std::string& idText,
-              const std::string& rawName) {
-    uint32_t id = 0;
-    std::string name = cleanName(rawName);
-    if (parseId(idText, id) && !name.empty())
-        entries.push_back({id, std::move(name)});
-}
-
 std::string trim(const std::string& text) {
     const size_t begin = text.find_first_not_of(" \t\r");
     if (begin == std::string::npos)
@@ -69,46 +63,79 @@ std::string trim(const std::string& text) {
     return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
 }
 
-// ieee-data's oui.txt is about 5 MB; anything far larger is not an IEEE registry.
-constexpr size_t MaxIeeeRegistrySize = 64 << 20;
+// Lines and fields are read into at most this many bytes each, and records into at most this
+// many fields: whatever the input, the memory taken is bounded by what is kept of it.
+constexpr size_t MaxFieldBytes = 4096;
+constexpr size_t MaxFields = 64;
+constexpr const char* TextMarker = "(base 16)";
 
-// oui.txt: "002272     (base 16)\t\tAmerican Micro-Fuel Device Corp." among address lines.
-std::vector<RegistryEntry> parseText(const std::string& content) {
-    static const std::string marker = "(base 16)";
-    std::vector<RegistryEntry> entries;
-    std::istringstream in(content);
-    for (std::string line; std::getline(in, line);) {
-        const size_t at = line.find(marker);
-        if (at != std::string::npos)
-            addEntry(entries, trim(line.substr(0, at)), line.substr(at + marker.size()));
-    }
-    return entries;
+// The first name read for each identifier, in identifier order.
+using EntriesById = std::map<uint32_t, std::string>;
+
+void addEntry(EntriesById& entries, const std::string& idText, const std::string& rawName) {
+    uint32_t id = 0;
+    std::string name = cleanName(rawName);
+    if (parseId(idText, id) && !name.empty())
+        entries.emplace(id, std::move(name));
 }
 
-// Splits CSV text into records of fields: quoted fields may hold commas, doubled quotes and
-// line breaks; records end at LF or CR LF.
-std::vector<std::vector<std::string>> splitCsv(const std::string& content) {
-    std::vector<std::vector<std::string>> records(1, std::vector<std::string>(1));
+void appendBounded(std::string& text, char c) {
+    if (text.size() < MaxFieldBytes)
+        text += c;
+}
+
+// Calls take for every line of the stream, without its LF.
+template <typename Take> void forEachLine(std::istream& in, Take take) {
+    std::streambuf& buffer = *in.rdbuf();
+    std::string line;
+    for (int c; (c = buffer.sbumpc()) != std::char_traits<char>::eof();) {
+        if (c == '\n') {
+            take(line);
+            line.clear();
+        } else {
+            appendBounded(line, static_cast<char>(c));
+        }
+    }
+    if (!line.empty())
+        take(line);
+}
+
+// Calls take for every CSV record of the stream: quoted fields may hold commas, doubled quotes
+// and line breaks; records end at LF or CR LF.
+template <typename Take> void forEachCsvRecord(std::istream& in, Take take) {
+    std::streambuf& buffer = *in.rdbuf();
+    std::vector<std::string> record(1);
     bool quoted = false;
-    for (size_t i = 0; i < content.size(); ++i) {
-        const char c = content[i];
-        std::string& field = records.back().back();
-        if (quoted && c == '"' && i + 1 < content.size() && content[i + 1] == '"') {
-            field += '"';
-            ++i;
+    for (int c; (c = buffer.sbumpc()) != std::char_traits<char>::eof();) {
+        std::string& field = record.back();
+        if (quoted && c == '"' && buffer.sgetc() == '"') {
+            appendBounded(field, '"');
+            buffer.sbumpc();
         } else if (c == '"') {
             quoted = !quoted;
         } else if (quoted) {
-            field += c;
+            appendBounded(field, static_cast<char>(c));
         } else if (c == ',') {
-            records.back().emplace_back();
+            if (record.size() < MaxFields)
+                record.emplace_back();
         } else if (c == '\n') {
-            records.emplace_back(1);
+            take(record);
+            record.assign(1, std::string());
         } else if (c != '\r') {
-            field += c;
+            appendBounded(field, static_cast<char>(c));
         }
     }
-    return records;
+    take(record);
+}
+
+// oui.txt: "002272     (base 16)\t\tAmerican Micro-Fuel Device Corp." among address lines.
+void parseText(std::istream& in, EntriesById& entries) {
+    static const std::string marker = TextMarker;
+    forEachLine(in, [&entries](const std::string& line) {
+        const size_t at = line.find(marker);
+        if (at != std::string::npos)
+            addEntry(entries, trim(line.substr(0, at)), line.substr(at + marker.size()));
+    });
 }
 
 size_t columnOf(const std::vector<std::string>& header, const std::string& name, size_t fallback) {
@@ -117,37 +144,66 @@ size_t columnOf(const std::vector<std::string>& header, const std::string& name,
 }
 
 // oui.csv: "MA-L,002272,American Micro-Fuel Device Corp.,2181 Buchanan Loop ..." after a header.
-std::vector<RegistryEntry> parseCsv(const std::string& content) {
-    std::vector<RegistryEntry> entries;
-    const auto records = splitCsv(content);
-    if (records.empty())
-        return entries;
-    const size_t idColumn = columnOf(records.front(), "Assignment", 1);
-    const size_t nameColumn = columnOf(records.front(), "Organization Name", 2);
-    for (size_t r = 1; r < records.size(); ++r) {
-        const auto& fields = records[r];
+void parseCsv(std::istream& in, EntriesById& entries) {
+    std::optional<std::pair<size_t, size_t>> columns; // the id's and the name's, from the header
+    forEachCsvRecord(in, [&](const std::vector<std::string>& fields) {
+        if (!columns) {
+            columns = {columnOf(fields, "Assignment", 1), columnOf(fields, "Organization Name", 2)};
+            return;
+        }
+        const auto [idColumn, nameColumn] = *columns;
         if (fields.size() > std::max(idColumn, nameColumn))
             addEntry(entries, trim(fields[idColumn]), fields[nameColumn]);
-    }
+    });
+}
+
+// Whether the stream is oui.txt: one of its lines names an id "(base 16)". Leaves the stream at
+// its beginning.
+bool isText(std::istream& in) {
+    bool found = false;
+    forEachLine(in, [&found](const std::string& line) {
+        found = found || line.find(TextMarker) != std::string::npos;
+    });
+    in.clear();
+    in.seekg(0);
+    return found;
+}
+
+std::vector<RegistryEntry> parseStream(std::istream& in) {
+    EntriesById byId;
+    if (isText(in))
+        parseText(in, byId);
+    else
+        parseCsv(in, byId);
+    std::vector<RegistryEntry> entries;
+    entries.reserve(byId.size());
+    for (auto& [id, name] : byId)
+        entries.push_back({id, std::move(name)});
     return entries;
 }
 
 } // namespace
 
 std::vector<RegistryEntry> parseIeeeRegistry(const std::string& content) {
-    if (content.find("(base 16)") != std::string::npos)
-        return parseText(content);
-    return parseCsv(content);
+    std::istringstream in(content);
+    return parseStream(in);
 }
 
 bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entries,
                       std::string& error) {
-    const lib1394::RegularFile file = lib1394::readRegularFile(path, MaxIeeeRegistrySize);
-    if (!file.ok()) {
-        error = path + ": " + file.error;
+    const std::string notRegular = lib1394::notRegularFile(path);
+    std::ifstream in;
+    if (notRegular.empty())
+        in.open(path, std::ios::binary);
+    if (!notRegular.empty() || !in) {
+        error = path + ": " + (notRegular.empty() ? "cannot be opened" : notRegular);
         return false;
     }
-    entries = parseIeeeRegistry(file.content);
+    entries = parseStream(in);
+    if (in.bad()) {
+        error = path + ": cannot be read";
+        return false;
+    }
     if (entries.empty()) {
         error = path + ": holds no company identifier (expected ieee-data's oui.txt or oui.csv)";
         return false;

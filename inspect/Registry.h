@@ -14,11 +14,13 @@ struct RegistryEntry {
 
 // Reads the IEEE registry as Debian's ieee-data ships it, either oui.txt (lines "XXXXXX (base 16)
 // Name") or oui.csv (Registry,Assignment,Organization Name,...); CR LF line ends and any order are
-// accepted. False, with a sentence naming the file in error, when nothing can be taken from it.
+// accepted; the first name given for an identifier wins. The file is read as a stream, so the
+// memory taken is bounded by the entries kept, not by the file's size. False, with a sentence
+// naming the file in error, when nothing can be taken from it.
 bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entries,
                       std::string& error);
 
-// The same, from the text of such a file.
+// The same, from the text of such a file; the entries come in identifier order.
 std::vector<RegistryEntry> parseIeeeRegistry(const std::string& content);
 
 // The registry file the module reads: one line per identifier in ascending order, six upper-case
