@@ -305,11 +305,12 @@ void writeImage(const fs::path& path, const std::vector<uint8_t>& rom) {
         .write(reinterpret_cast<const char*>(rom.data()), static_cast<std::streamsize>(rom.size()));
 }
 
-// storm.bin, doubling.bin, and sysfs/: a port of 63 doubling nodes.
+// storm.bin, wide-storm.bin, doubling.bin, and sysfs/: a port of 63 doubling nodes.
 int writeHostile(const char* folder) {
     const fs::path root(folder);
     fs::create_directories(root);
     writeImage(root / "storm.bin", rombus_test::lookupStormRom());
+    writeImage(root / "wide-storm.bin", rombus_test::wideLookupStormRom());
     writeImage(root / "doubling.bin", rombus_test::deepDoublingRom());
     const rombus_test::SysfsTree sysfs(root / "sysfs");
     for (size_t node = 0; node < FullPort; ++node)

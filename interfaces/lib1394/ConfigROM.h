@@ -71,8 +71,8 @@ public:
     virtual ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) = 0;
 };
 
-// What a node's reading ran out of: reads, or entries made from its ROM.
-enum class Budget { Reads, Entries };
+// What a node's reading ran out of: reads, entries made from its ROM, or vendor lookups.
+enum class Budget { Reads, Entries, Lookups };
 
 // A node whose reading ran out of its budget.
 struct exhausted_node_t {
@@ -88,8 +88,12 @@ struct exhausted_node_t {
 // - entries: every entry object of a node is made from the node's accessor and asks it for the
 //   node's GUID when it is made, before it makes its device, so the accessor counts the entries
 //   of the node. A ROM of 256 quadlets whose directories are each reached once holds at most 251
-//   entries, so the default of 256 reads every such ROM in full.
-// Once either is spent, the accessor's reads fail and the framework refuses entry devices (class
+//   entries, so the default of 256 reads every such ROM in full;
+// - lookups: every reading of the module's IEEEVendorRegistryFile parameter, which comes just
+//   before the registry is read through for a vendor or specifier id, is charged to the node whose
+//   accessor was handed out last. A real ROM names at most five such ids; the default of 10 keeps
+//   a ROM of hundreds of ids from reading the whole registry hundreds of times.
+// Once any is spent, the accessor's reads fail and the framework refuses entry devices (class
 // Firmware) until the next accessor is handed out: the entries still made from the block in hand
 // publish nothing and look no vendor up.
 class ROMBUS_API ConfigROMContext {
@@ -97,6 +101,9 @@ public:
     static constexpr unsigned AllPorts = 0xFFFFFFFFu;
     static constexpr uint64_t DefaultReadBudget = 65536;
     static constexpr uint64_t DefaultEntryBudget = MaxRomSize / 4;
+    static constexpr uint64_t DefaultLookupBudget = 10;
+    // The parameter whose every reading is a vendor lookup.
+    static constexpr const char* RegistryParameter = "IEEEVendorRegistryFile";
 
     // The accessor of the installed bus; without a bus, an accessor that reads nothing.
     static AccessorHandle getConfigROMAccessor(unsigned port, unsigned nodeId, bool flag);
@@ -109,6 +116,13 @@ public:
     // The entries each node's accessor handed out from now on may count.
     static void setEntryBudget(uint64_t entries);
     static uint64_t entryBudget();
+    // The vendor lookups each node may make from now on.
+    static void setLookupBudget(uint64_t lookups);
+    static uint64_t lookupBudget();
+    // The limit of a budget.
+    static uint64_t budgetOf(Budget budget);
+    // Charges one vendor lookup to the node whose accessor was handed out last.
+    static void chargeLookup();
     // The nodes whose accessors ran out of budget, in the order they did, until cleared.
     static const std::vector<exhausted_node_t>& exhaustedNodes();
     static void clearExhaustedNodes();

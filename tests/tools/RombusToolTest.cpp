@@ -753,13 +753,13 @@ TEST_F(RombusTool, VendorLookupsOfOneNodeAreBounded) {
     const std::string fewFile = write("few.rom", asBytes(few.image()));
     const Outcome run = registered("check " + fewFile + " " + stormFile);
     EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 16 vendor "
+    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 10 vendor "
                                    "lookups"));
     EXPECT_THAT(run.out, HasSubstr("1 without problems"));
     const json report = rombusJson("check " + fewFile + " " + stormFile, 1);
     EXPECT_TRUE(report["nodes"][0]["readingStopped"].is_null());
     EXPECT_EQ(report["nodes"][1]["readingStopped"],
-              json::parse(R"({"budget": "lookups", "limit": 16})"));
+              json::parse(R"({"budget": "lookups", "limit": 10})"));
 }
 
 TEST_F(RombusTool, InvisibleAndDirectionalCharactersAreEscaped) {

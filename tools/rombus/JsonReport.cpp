@@ -40,9 +40,9 @@ json device(const vesk5::SysInfoDevice& device) {
 json stop(const std::optional<lib1394::Budget>& spent) {
     if (!spent)
         return nullptr;
-    if (*spent == lib1394::Budget::Reads)
-        return {{"budget", "reads"}, {"limit", lib1394::ConfigROMContext::readBudget()}};
-    return {{"budget", "entries"}, {"limit", lib1394::ConfigROMContext::entryBudget()}};
+    static const char* const names[] = {"reads", "entries", "lookups"};
+    return {{"budget", names[static_cast<int>(*spent)]},
+            {"limit", lib1394::ConfigROMContext::budgetOf(*spent)}};
 }
 
 json variables(const vesk5::Variables& set) {

@@ -96,10 +96,10 @@ std::string romOffset(const std::string& locator) {
 
 // Why the reading of a node stopped before its end.
 std::string stopText(lib1394::Budget spent) {
-    const std::string what =
-        spent == lib1394::Budget::Reads
-            ? "more than " + std::to_string(lib1394::ConfigROMContext::readBudget()) + " reads"
-            : "more than " + std::to_string(lib1394::ConfigROMContext::entryBudget()) + " entries";
+    static const char* const units[] = {" reads", " entries", " vendor lookups"};
+    const std::string what = "more than " +
+                             std::to_string(lib1394::ConfigROMContext::budgetOf(spent)) +
+                             units[static_cast<int>(spent)];
     return "Reading stopped: the ROM asked for " + what +
            ", its blocks referring to each other over and over; what follows is what was found "
            "until then.";

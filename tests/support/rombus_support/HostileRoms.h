@@ -39,4 +39,13 @@ inline std::vector<uint8_t> lookupStormRom(uint64_t guid = 0x0030E00000000008ull
     return doublingLayout(12, 0xD8, RomLayout::immediate(0x03, 0xFFFFFF), 150, guid).image();
 }
 
+// A well-formed ROM whose root directory holds 249 vendor ids greater than any company id: 1,020
+// bytes, 249 entries (under the entry budget), and 249 lookups that each read the whole registry
+// for a faithful reader.
+inline std::vector<uint8_t> wideLookupStormRom(uint64_t guid = 0x0030E00000000009ull) {
+    RomLayout rom(guid);
+    rom.directory(std::vector<RomLayout::Item>(249, RomLayout::immediate(0x03, 0xFFFFFF)));
+    return rom.image();
+}
+
 } // namespace rombus_test
