@@ -331,12 +331,14 @@ TEST_F(EnumerationTest, EveryNodeIsBoundedByItsEntryBudgetAndSaneRomsAreReadInFu
     EXPECT_EQ(exhausted[0].nodeId, 0xFFC0u);
     EXPECT_EQ(exhausted[1].nodeId, 0xFFC1u);
     EXPECT_EQ(exhausted[0].spent, lib1394::Budget::Entries);
-    EXPECT_EQ(exhausted[1].spent, lib1394::Budget::Entries);
+    EXPECT_EQ(exhausted[1].spent, lib1394::Budget::Lookups);
     // Past the budget the entries of the directory in hand are still made, but publish nothing
     // and look no vendor up.
     const size_t budget = lib1394::ConfigROMContext::DefaultEntryBudget;
     EXPECT_EQ(entryDevicesOf(deep), budget);
-    EXPECT_EQ(entryDevicesOf(storm), budget);
+    // The storm's root directory, its vendor id (the first lookup) and the twelve directories
+    // down to the last one; there, the vendor ids up to the one whose lookup is past the budget.
+    EXPECT_EQ(entryDevicesOf(storm), 14 + lib1394::ConfigROMContext::DefaultLookupBudget);
     ASSERT_EQ(out.size(), 4u);
     EXPECT_TRUE(out[2].messages.isEmpty());
     EXPECT_TRUE(out[3].messages.isEmpty());
