@@ -1,5 +1,7 @@
 #include "inspect/Inspection.h"
 
+#include "inspect/BusAdvisories.h"
+
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394SysInfo.h"
 #include "vesk5/SysInfoModule.h"
@@ -163,6 +165,7 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
     inspection.reports = vesk5::DiagModule::reports();
     inspection.nodes = viewsOf(records, bus->ports(), failures);
     attachDevices(inspection);
+    addBusAdvisories(inspection.nodes);
 
     zul::LogFactory::setSink(nullptr);
     lib1394::ConfigROMContext::installBus(nullptr);

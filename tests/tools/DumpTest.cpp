@@ -123,8 +123,9 @@ TEST(Dump, EveryQuadletHasItsMeaning) {
 }
 
 TEST(Dump, EachAdvisoryHasItsRom) {
-    // The unit directory's CRC taken over byte-reversed quadlets: the module accepts it.
-    RomLayout reversedLayout;
+    // The unit directory's CRC taken over byte-reversed quadlets: the module accepts it. Its
+    // GUID is its own, so that no node shares another's.
+    RomLayout reversedLayout(BusInfo{0x0030E00000000001ull});
     reversedLayout.directory({RomLayout::immediate(0x03, 0x00A027), RomLayout::ref(0xD1, 1)});
     reversedLayout.directory(
         {RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x13, 0x010483)});

@@ -464,13 +464,17 @@ TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     const Outcome run = registered("scan --sysfs " + sample);
     EXPECT_THAT(
         run.out,
-        HasSubstr(
-            "    Kernel: vendor_name \"Rombus Sample Works\"\n    Unit 0 at 48h  SBP-2 (storage)  "
-            "driver firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483\n"));
+        HasSubstr("    Kernel: vendor_name \"Rombus Sample Works\"\n    ROM names: vendor \"Rombus "
+                  "Sample "
+                  "Works\"\n    Unit 0 at 48h  SBP-2 (storage)  \"FW800 sample disk\"  driver "
+                  "firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483 (the "
+                  "kernel's too)\n"));
     // The unit directory of fw5 has no model id, nor has its root: the kernel writes zeros.
     EXPECT_THAT(run.out,
                 HasSubstr("    Unit 0 at 24h  SBP-2 (storage)  no driver bound\n"
-                          "        ieee1394:ven000030E0mo00000000sp0000609Ever00010483\n"));
+                          "        ieee1394:ven000030E0mo00000000sp0000609Ever00010483 (the "
+                          "kernel's too)\n"));
+    EXPECT_THAT(run.out, HasSubstr("  Node 0  fw0  (local: this machine's own controller)  "));
     const json report = rombusJson("scan --sysfs " + sample, 1);
     EXPECT_EQ(report["nodes"][1]["source"], "fw1");
     EXPECT_EQ(report["nodes"][1]["units"][0]["driver"], "firewire_sbp2");

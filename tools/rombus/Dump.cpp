@@ -1,6 +1,7 @@
 #include "Dump.h"
 
 #include "Text.h"
+#include "inspect/Annotations.h"
 #include "inspect/Format.h"
 #include "inspect/Locator.h"
 #include "inspect/Names.h"
@@ -42,6 +43,8 @@ public:
             if (block.kind != BlockKind::BusInfo)
                 describeBlock(block);
         describeEntries(decoded_.root);
+        for (const auto& [offset, text] : decode::entryAnnotations(decoded_))
+            set(offset, meanings_[offset / 4] + "; " + text);
         for (const auto& record : node.records)
             attach(concernedOffset(record),
                    std::string(levelName(record.level)) + ": " + recordText(record));

@@ -73,6 +73,9 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
     app.add_flag("-x,--dump", options.dump,
                  "After each node, its ROM quadlet by quadlet: offset, CSR address, value and\n"
                  "meaning, with every CRC's verdict and the records and advisories beside");
+    app.add_flag("--short", options.brief,
+                 "One line per node (port:node, source, GUID, vendor, model, units, status)\n"
+                 "and a line of totals, as lspci and lsusb list devices; JSON is unchanged");
     app.add_flag("--strict", options.strict,
                  "Exit with 1 also when the decoder finds advisories (what the module does\n"
                  "not report: byte-reversed CRCs, lengths past the ROM, reserved values...)");

@@ -25,6 +25,7 @@ struct Options {
     Format format = Format::Text;
     Color color = Color::Auto;
     bool dump = false;     // the annotated ROM dump of every node
+    bool brief = false;    // one line per node
     bool strict = false;   // advisories count as problems in the exit status
     unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;

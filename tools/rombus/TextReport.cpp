@@ -2,6 +2,7 @@
 
 #include "Dump.h"
 #include "Text.h"
+#include "UnitLines.h"
 #include "inspect/DeviceTree.h"
 #include "inspect/Format.h"
 #include "inspect/Locator.h"
@@ -25,16 +26,6 @@ std::string hex(uint32_t value, int digits) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%0*X", digits, static_cast<unsigned>(value));
     return text;
-}
-
-std::string quoted(const std::string& text, bool asciiOnly) {
-    std::string inner;
-    for (char c : escaped(text, asciiOnly)) {
-        if (c == '"')
-            inner += '\\';
-        inner += c;
-    }
-    return "\"" + inner + "\"";
 }
 
 std::string yesNo(bool value) {
@@ -141,16 +132,11 @@ private:
             names += (names.empty() ? "" : ", ") + ("model_name " + quoted(rom.modelName, false));
         if (!names.empty())
             out_ << wrap("Kernel: " + names, indent, indent + 2 * Step);
-        const auto& units = node.decoded.units;
-        for (size_t i = 0; i < units.size(); ++i) {
-            std::string line = format("Unit %zu at %Xh  %s  ", i, units[i].directory,
-                                      decode::unitProtocol(units[i].specifier, units[i].version));
-            if (i < rom.unitDrivers.size())
-                line += rom.unitDrivers[i].empty()
-                            ? "no driver bound  "
-                            : "driver " + escaped(rom.unitDrivers[i], false) + "  ";
-            out_ << wrap(line + decode::modalias(units[i]), indent, indent + 2 * Step);
-        }
+        for (const std::string& line : {romNamesLine(node), keywordsLine(node)})
+            if (!line.empty())
+                out_ << wrap(line, indent, indent + 2 * Step);
+        for (const UnitLine& line : unitLines(node))
+            out_ << wrap(line.text, indent + line.depth * Step, indent + (line.depth + 2) * Step);
     }
 
     // "  (protocol)" after a unit directory of the node being printed, else nothing.
@@ -162,8 +148,7 @@ private:
             return std::string();
         for (const decode::UnitIds& unit : node_->decoded.units)
             if (unit.directory == *offset)
-                return std::string("  (") + decode::unitProtocol(unit.specifier, unit.version) +
-                       ")";
+                return "  (" + decode::unitName(unit, node_->devices) + ")";
         return std::string();
     }
 
@@ -223,6 +208,8 @@ private:
         std::string head = "Node " + std::to_string(nodesOfPort_++);
         if (node_ && node_->source && !node_->source->label.empty())
             head += "  " + escaped(node_->source->label, false);
+        if (node_ && node_->source && node_->source->local)
+            head += "  (local: this machine's own controller)";
         head += "  " + std::string(device.hwLocator().c_str());
         out_ << wrap(head, indent, indent + 2 * Step);
         if (!node_ || !node_->source)

@@ -1,6 +1,7 @@
 // rombus: reads the Configuration ROMs of IEEE 1394 nodes, from the machine's buses or from image
 // files, through the libRombus module, and prints the device tree and the problems found.
 #include "JsonReport.h"
+#include "Listing.h"
 #include "Options.h"
 #include "Terminal.h"
 #include "Text.h"
@@ -66,9 +67,9 @@ bool writeOut(const std::string& text) {
 int report(const Inspection& inspection, const Options& options, const std::string& emptyText) {
     Layout layout = layoutOf(options.color);
     layout.dump = options.dump;
-    const std::string text = options.format == Format::Json
-                                 ? jsonText(jsonReport(inspection))
-                                 : textReport(inspection, emptyText, layout);
+    const std::string text = options.format == Format::Json ? jsonText(jsonReport(inspection))
+                             : options.brief                ? listing(inspection, emptyText)
+                                             : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
     const bool failed = hasProblems(inspection) || (options.strict && hasAdvisories(inspection));
