@@ -7,7 +7,6 @@ namespace {
 
 constexpr uint32_t Sbp2SpecifierId = 0x00609E;
 constexpr uint32_t Sbp2Version = 0x010483;
-constexpr uint64_t CsrBase = 0xFFFFF0000000ull;
 
 // The entry keys SBP-2 defines in a unit directory, as the Linux kernel's drivers/firewire/sbp2.c
 // names them too.
@@ -119,8 +118,7 @@ std::string sbp2EntryMeaning(uint8_t key, uint32_t value) {
         return format("Unit_Characteristics: mgt_ORB_timeout %u ms, ORB_size %u quadlets",
                       (value >> 8 & 0xFF) * TimeoutUnitMs, value & 0xFF);
     case ManagementAgent:
-        return format("Management_Agent: CSR address %012llX",
-                      static_cast<unsigned long long>(CsrBase + 4ull * value));
+        return "Management_Agent";
     case LogicalUnitDirectory:
         return "Logical_Unit_Directory";
     }

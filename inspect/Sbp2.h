@@ -33,8 +33,8 @@ struct Sbp2Unit {
 // The SBP-2 entries of a unit directory, when the unit is SBP-2 (00609Eh:010483h).
 std::optional<Sbp2Unit> sbp2Of(const std::vector<uint8_t>& rom, const UnitIds& unit);
 
-// The meaning of an SBP-2 entry's value: "Management_Agent: CSR address FFFFF0010000",
-// "Unit_Characteristics: mgt_ORB_timeout 5000 ms, ORB_size 8 quadlets"; empty for other keys.
+// The meaning of an SBP-2 entry: "Firmware_Revision 0A2B3Ch", "Unit_Characteristics:
+// mgt_ORB_timeout 5000 ms, ORB_size 8 quadlets"; empty for keys SBP-2 does not define.
 std::string sbp2EntryMeaning(uint8_t key, uint32_t value);
 
 // Descriptions of the SBP-2 entries of a ROM's SBP-2 units, by the ROM offset of each entry.

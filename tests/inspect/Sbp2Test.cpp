@@ -47,8 +47,9 @@ TEST(Sbp2, EntriesAndLogicalUnitsInTheUnitAndTheirOwnDirectories) {
     EXPECT_EQ(sbp2->logicalUnits[1].directory, layout.offsetOf(2));
     EXPECT_EQ(rombus::decode::sbp2EntryMeaning(0x3A, 0x000A08),
               "Unit_Characteristics: mgt_ORB_timeout 5000 ms, ORB_size 8 quadlets");
-    EXPECT_EQ(rombus::decode::sbp2EntryMeaning(0x54, 0x004000),
-              "Management_Agent: CSR address FFFFF0010000");
+    EXPECT_EQ(rombus::decode::sbp2EntryMeaning(0x14, 0x450001),
+              "Logical_Unit_Number: LUN 1, device type 05h, ordered");
+    EXPECT_EQ(rombus::decode::sbp2EntryMeaning(0x12, 0x00609E), "");
     EXPECT_EQ(rombus::decode::sbp2Meanings(rom, {sbp2Unit(layout.offsetOf(1))}).size(), 9u);
     // Another architecture has no SBP-2 entries, whatever its keys.
     UnitIds other = sbp2Unit(layout.offsetOf(1));
