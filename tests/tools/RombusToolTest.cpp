@@ -465,8 +465,8 @@ TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     EXPECT_THAT(
         run.out,
         HasSubstr("    Kernel: vendor_name \"Rombus Sample Works\"\n    ROM names: vendor \"Rombus "
-                  "Sample "
-                  "Works\"\n    Unit 0 at 48h  SBP-2 (storage)  \"FW800 sample disk\"  driver "
+                  "Sample Works\", model \"FW800 sample disk\"\n    Unit 0 at 48h  SBP-2 (storage) "
+                  " \"FW800 sample disk\"  driver "
                   "firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483 (the "
                   "kernel's too)\n"));
     // The unit directory of fw5 has no model id, nor has its root: the kernel writes zeros.
