@@ -36,13 +36,6 @@ void addModaliasAdvisories(NodeView& node) {
     }
 }
 
-std::optional<uint32_t> rootVendor(const NodeView& node) {
-    for (const decode::RomEntry& entry : node.decoded.root)
-        if (entry.key == VendorKey)
-            return entry.value;
-    return std::nullopt;
-}
-
 void addGuidAdvisories(NodeView& node, const std::vector<NodeView>& nodes) {
     const uint64_t guid = lib1394::guidOfRom(node.rom());
     if (guid == 0 || guid == ~uint64_t{0})
@@ -57,14 +50,14 @@ void addGuidAdvisories(NodeView& node, const std::vector<NodeView>& nodes) {
         node.advisories.push_back({GuidOffset, "shared-guid",
                                    "the GUID " + guidText(guid) + " is also that of " +
                                        nameOf(other) + "; a GUID is unique to one node"});
-        const auto vendor = rootVendor(node);
+        const decode::RomEntry* vendor = decode::firstWithKey(node.decoded.root, VendorKey);
         const uint32_t company = static_cast<uint32_t>(guid >> 40);
-        if (vendor && *vendor != company)
+        if (vendor && vendor->value != company)
             node.advisories.push_back(
                 {GuidOffset, "guid-company-mismatch",
                  format("the GUID's company id %06Xh is not the vendor id %06Xh of the root "
                         "directory: of the nodes sharing it, this one may carry another's GUID",
-                        company, *vendor)});
+                        company, vendor->value)});
         return;
     }
 }

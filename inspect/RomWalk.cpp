@@ -202,6 +202,13 @@ std::vector<std::string> textsBelow(const std::vector<RomEntry>& entries) {
     return texts;
 }
 
+const RomEntry* firstWithKey(const std::vector<RomEntry>& directory, uint8_t key) {
+    for (const RomEntry& entry : directory)
+        if (entry.key == key)
+            return &entry;
+    return nullptr;
+}
+
 const RomEntry* entryAt(const std::vector<RomEntry>& entries, uint32_t target) {
     for (const RomEntry& entry : entries) {
         if (entry.target == target && !entry.repeated)

@@ -62,6 +62,9 @@ std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom);
 // ROM order, each once.
 std::vector<std::string> textsBelow(const std::vector<RomEntry>& entries);
 
+// The first entry of a key in a directory; null when there is none.
+const RomEntry* firstWithKey(const std::vector<RomEntry>& directory, uint8_t key);
+
 // The entry whose block is at a ROM offset, searched through the whole tree; null when none.
 const RomEntry* entryAt(const std::vector<RomEntry>& entries, uint32_t target);
 

@@ -21,6 +21,7 @@ enum Sbp2Key : uint8_t {
     LogicalUnitDirectory = 0xD4,
 };
 
+constexpr uint64_t CsrBase = 0xFFFFF0000000ull;
 // Management ORB timeouts are counted in units of 500 ms.
 constexpr uint32_t TimeoutUnitMs = 500;
 
@@ -101,6 +102,15 @@ std::optional<Sbp2Unit> sbp2Of(const std::vector<uint8_t>& rom, const UnitIds& u
     return sbp2;
 }
 
+std::string unitCharacteristicsText(uint32_t value) {
+    return format("mgt_ORB_timeout %u ms, ORB_size %u quadlets",
+                  (value >> 8 & 0xFF) * TimeoutUnitMs, value & 0xFF);
+}
+
+uint64_t managementAgentAddress(uint32_t offset) {
+    return CsrBase + 4ull * offset;
+}
+
 std::string sbp2EntryMeaning(uint8_t key, uint32_t value) {
     switch (key) {
     case LogicalUnitNumber:
@@ -115,8 +125,7 @@ std::string sbp2EntryMeaning(uint8_t key, uint32_t value) {
     case FirmwareRevision:
         return format("Firmware_Revision %06Xh", value);
     case UnitCharacteristics:
-        return format("Unit_Characteristics: mgt_ORB_timeout %u ms, ORB_size %u quadlets",
-                      (value >> 8 & 0xFF) * TimeoutUnitMs, value & 0xFF);
+        return "Unit_Characteristics: " + unitCharacteristicsText(value);
     case ManagementAgent:
         return "Management_Agent";
     case LogicalUnitDirectory:

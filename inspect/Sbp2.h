@@ -33,6 +33,12 @@ struct Sbp2Unit {
 // The SBP-2 entries of a unit directory, when the unit is SBP-2 (00609Eh:010483h).
 std::optional<Sbp2Unit> sbp2Of(const std::vector<uint8_t>& rom, const UnitIds& unit);
 
+// "mgt_ORB_timeout 5000 ms, ORB_size 8 quadlets": a Unit_Characteristics value.
+std::string unitCharacteristicsText(uint32_t value);
+
+// The CSR address of a Management_Agent entry's offset (in quadlets).
+uint64_t managementAgentAddress(uint32_t offset);
+
 // The meaning of an SBP-2 entry: "Firmware_Revision 0A2B3Ch", "Unit_Characteristics:
 // mgt_ORB_timeout 5000 ms, ORB_size 8 quadlets"; empty for keys SBP-2 does not define.
 std::string sbp2EntryMeaning(uint8_t key, uint32_t value);

@@ -14,13 +14,6 @@ namespace {
 constexpr uint8_t VendorKey = 0x03;
 constexpr uint8_t ModelKey = 0x17;
 
-const decode::RomEntry* rootEntry(const NodeView& node, uint8_t key) {
-    for (const decode::RomEntry& entry : node.decoded.root)
-        if (entry.key == key)
-            return &entry;
-    return nullptr;
-}
-
 std::optional<uint32_t> valueOf(const decode::RomEntry* entry) {
     return entry ? std::optional<uint32_t>(entry->value) : std::nullopt;
 }
@@ -59,15 +52,15 @@ std::string lineOf(const NodeView& node) {
     static const lib1394::RomNode none;
     const lib1394::RomNode& bus = node.source ? *node.source : none;
     const decode::RomNames names = decode::romNamesOf(node.decoded);
-    const decode::RomEntry* vendor = rootEntry(node, VendorKey);
+    const decode::RomEntry* vendor = decode::firstWithKey(node.decoded.root, VendorKey);
     const auto registry =
         vendor ? node.devices.property("IMMEDIATE", vendor->offset, "VendorName") : std::nullopt;
     std::string line = format("%u:%02u  ", node.port, node.physicalId);
     line += (bus.label.empty() ? std::string("-") : escaped(bus.label, false)) + "  ";
     line += format("%016llx  ", static_cast<unsigned long long>(node.guid()));
     line += nameOf(names.vendor, bus.vendorName, registry, valueOf(vendor), "vendor") + " ";
-    line += nameOf(names.model, bus.modelName, std::nullopt, valueOf(rootEntry(node, ModelKey)),
-                   "model");
+    line += nameOf(names.model, bus.modelName, std::nullopt,
+                   valueOf(decode::firstWithKey(node.decoded.root, ModelKey)), "model");
     return line + "  " + unitsOf(node) + "  " + statusOf(node) + "\n";
 }
 

@@ -9,9 +9,6 @@
 namespace rombus {
 namespace {
 
-constexpr uint64_t CsrBase = 0xFFFFF0000000ull;
-constexpr uint32_t TimeoutUnitMs = 500;
-
 std::string joined(const std::vector<std::string>& parts, const char* separator) {
     std::string text;
     for (const std::string& part : parts)
@@ -29,13 +26,11 @@ std::string sbp2Line(const decode::Sbp2Unit& sbp2) {
     if (sbp2.firmwareRevision)
         parts.push_back(format("firmware revision %06Xh", *sbp2.firmwareRevision));
     if (sbp2.managementAgent)
-        parts.push_back(
-            format("management agent %012llX",
-                   static_cast<unsigned long long>(CsrBase + 4ull * *sbp2.managementAgent)));
+        parts.push_back(format("management agent %012llX",
+                               static_cast<unsigned long long>(
+                                   decode::managementAgentAddress(*sbp2.managementAgent))));
     if (sbp2.unitCharacteristics)
-        parts.push_back(format("mgt_ORB_timeout %u ms, ORB_size %u quadlets",
-                               (*sbp2.unitCharacteristics >> 8 & 0xFF) * TimeoutUnitMs,
-                               *sbp2.unitCharacteristics & 0xFF));
+        parts.push_back(decode::unitCharacteristicsText(*sbp2.unitCharacteristics));
     for (const decode::Sbp2LogicalUnit& lun : sbp2.logicalUnits)
         parts.push_back(format("LUN %u (device type %02Xh%s)", lun.lun, lun.deviceType,
                                lun.ordered ? ", ordered" : "") +
