@@ -176,18 +176,27 @@ std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom) {
     if (!vendorDirectories.empty())
         takeIds(rom, targetOf(rom, vendorDirectories.front()), base);
     std::vector<UnitIds> units;
+    // A directory named again (instance directories may name the root's units, or point back
+    // at the root) is one unit, listed where it was first named.
     auto addUnit = [&](uint32_t entry, bool kernelUnit) {
+        const uint32_t directory = targetOf(rom, entry);
+        if (!kernelUnit && std::any_of(units.begin(), units.end(), [&](const UnitIds& unit) {
+                return unit.directory == directory;
+            }))
+            return;
         UnitIds unit = base;
-        unit.directory = targetOf(rom, entry);
+        unit.directory = directory;
         unit.kernelUnit = kernelUnit;
         takeIds(rom, unit.directory, unit);
         units.push_back(unit);
     };
     for (uint32_t entry : entriesWithKey(rom, RootDirectoryOffset, UnitDirectoryKey))
         addUnit(entry, true);
+    std::set<uint32_t> instances;
     for (uint32_t instance : entriesWithKey(rom, RootDirectoryOffset, InstanceDirectoryKey))
-        for (uint32_t entry : entriesWithKey(rom, targetOf(rom, instance), UnitDirectoryKey))
-            addUnit(entry, false);
+        if (instances.insert(targetOf(rom, instance)).second)
+            for (uint32_t entry : entriesWithKey(rom, targetOf(rom, instance), UnitDirectoryKey))
+                addUnit(entry, false);
     return units;
 }
 

@@ -125,6 +125,22 @@ TEST(RomWalk, UnitsOfInstanceDirectoriesFollowTheKernelsAndAVendorDirectoryGives
     EXPECT_FALSE(keywords.text);
 }
 
+TEST(RomWalk, InstanceDirectoriesThatPointBackNameNoUnitTwice) {
+    // A root of 100 instance directory entries of value 0, each read as a directory from itself
+    // on, so that each holds the unit directory entry at the root's end: one unit of the root,
+    // and no unit of an instance directory beside it.
+    std::vector<uint32_t> quadlets = {0x04040000, 0x31333934, 0xE0648002, 0, 1, 101u << 16};
+    for (int i = 0; i < 100; ++i)
+        quadlets.push_back(0xD8000000);
+    quadlets.push_back(0xD1000001);
+    quadlets.push_back(0x00010000);
+    quadlets.push_back(0x1200609E);
+    const auto units = rombus::decode::unitsOf(bytesOf(quadlets));
+    ASSERT_EQ(units.size(), 1u);
+    EXPECT_TRUE(units[0].kernelUnit);
+    EXPECT_EQ(units[0].specifier, 0x00609Eu);
+}
+
 TEST(RomWalk, ModelNameLeavesAreTextOnlyInADependentDirectory) {
     // Key 82h holds a name in an IIDC unit-dependent directory (D4h), and nothing elsewhere.
     RomLayout layout;
