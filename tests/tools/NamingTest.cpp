@@ -159,9 +159,8 @@ TEST_F(Naming, ASysfsTreesModaliasAndLocalNodeReachTheReport) {
     const rombus_test::SysfsTree tree(folder_.path() / "sys");
     tree.write(tree.addNode("pci/a", "fw0", romOf(Twin, 0x0030E0), Twin) / "is_local", "1\n");
     const uint64_t disk = 0x0030E00000000002ull;
-    tree.addNode("pci/a", "fw1", romOf(disk, 0x0030E0, 0x00609E, 0x010483), disk);
-    const auto unit = tree.add("pci/a/fw1", "fw1.0");
-    tree.write(unit / "modalias", "ieee1394:ven000030E0mo00000001sp0000609Ever00010483\n");
+    tree.addUnit(tree.addNode("pci/a", "fw1", romOf(disk, 0x0030E0, 0x00609E, 0x010483), disk), 0,
+                 "ieee1394:ven000030E0mo00000001sp0000609Ever00010483");
     rombus::Settings settings;
     settings.logLevel = 5;
     const rombus::Inspection inspection = rombus::inspect(
