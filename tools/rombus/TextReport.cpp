@@ -1,5 +1,6 @@
 #include "TextReport.h"
 
+#include "DecodedTree.h"
 #include "Dump.h"
 #include "Text.h"
 #include "inspect/DeviceTree.h"
@@ -257,7 +258,9 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
-        printRecords(node.records, indent);
+        printRecords(node, indent);
+        if (node.beyondVerdict)
+            out_ << decodedTreeText(node, indent, layout_.width);
         printAdvisories(node.advisories, indent);
         if (layout_.dump)
             out_ << wrap("ROM:", indent, indent) << dumpNode(node, layout_.width);
@@ -271,20 +274,30 @@ private:
                          " (beside the module's records):",
                      indent, indent);
         for (const Advisory& advisory : advisories)
-            out_ << wrap(format("advisory %Xh: ", advisory.offset) + escaped(advisory.text, false),
+            out_ << wrap(format("%s %Xh: ", severityName(advisory.severity), advisory.offset) +
+                             escaped(advisory.text, false),
                          indent + Step, indent + Step + 9);
     }
 
-    void printRecords(const libRombus::Messages& messages, size_t indent) {
+    // The records, each with its explanation beneath, and once the cause all wrong CRCs share.
+    void printRecords(const NodeView& node, size_t indent) {
+        const libRombus::Messages& messages = node.records;
         if (messages.isEmpty())
             return;
         out_ << wrap(std::to_string(messages.size()) +
                          (messages.size() == 1 ? " problem:" : " problems:"),
                      indent, indent);
-        for (const auto& record : messages) {
+        const std::string shared = sharedCrcCause(node.decoded);
+        if (!shared.empty())
+            out_ << wrap(shared, indent + Step, indent + Step);
+        for (size_t i = 0; i < messages.size(); ++i) {
+            const auto& record = messages[i];
             const std::string text = record.message.isEmpty() ? std::string("(no message)")
                                                               : escaped(recordText(record), false);
             out_ << recordLine(record.level, text, indent + Step);
+            if (i < node.explanations.size() && !node.explanations[i].note.empty())
+                out_ << wrap("means: " + escaped(node.explanations[i].note, false),
+                             indent + Step + 9, indent + Step + 16);
         }
     }
 
