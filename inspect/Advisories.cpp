@@ -43,8 +43,8 @@ std::string uncheckedText(const DecodedRom& decoded, const RomBlock& block, unsi
     return cause.known() ? text + ". Cause: " + cause.text : text;
 }
 
-void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records,
-                   unsigned crcLevel, std::vector<Advisory>& out) {
+void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records, unsigned crcLevel,
+                   std::vector<Advisory>& out) {
     const std::set<uint32_t> checked = checkedBlocks(records);
     for (const RomBlock& block : decoded.blocks) {
         if (!block.complete())

@@ -77,8 +77,8 @@ std::vector<Span> spansOf(const DecodedRom& decoded, const RomBlock& block) {
     for (uint32_t count = block.declared > LengthSlack ? block.declared - LengthSlack : 1;
          count <= block.declared + LengthSlack; ++count)
         add("length-quadlets", format("computed over %u quadlets", count), count);
-    spans.push_back({"header-included", "computed with its header quadlet included",
-                     block.declared, true});
+    spans.push_back(
+        {"header-included", "computed with its header quadlet included", block.declared, true});
     return spans;
 }
 

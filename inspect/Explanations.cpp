@@ -162,6 +162,13 @@ std::string quadletText(uint32_t quadlet) {
     return text;
 }
 
+// "; info_length 1 makes it a minimal ROM..." for a ROM whose first byte says so, else empty.
+std::string minimalRomText(const DecodedRom& decoded) {
+    return !decoded.rom.empty() && decoded.rom[0] == 1
+               ? "; info_length 1 makes it a minimal ROM, whose only quadlet is its vendor id"
+               : std::string();
+}
+
 Explanation signatureExplanation(const DecodedRom& decoded) {
     Explanation out;
     out.kind = "signature";
@@ -172,9 +179,7 @@ Explanation signatureExplanation(const DecodedRom& decoded) {
                              "first quadlet",
                              *name, quadletText(*name).c_str())
                     : std::string("the ROM does not hold quadlet 1");
-    if (name && decoded.rom[0] == 1)
-        out.note += "; info_length 1 makes it a minimal ROM, whose only quadlet is its vendor id";
-    out.note += ".";
+    out.note += minimalRomText(decoded) + ".";
     return out;
 }
 
@@ -186,9 +191,11 @@ Explanation readExplanation(const DecodedRom& decoded, const libRombus::lib1394_
     const unsigned long length = std::strtoul(variable(record, "length").c_str(), nullptr, 10);
     const uint64_t end = uint64_t{out.offset.value_or(0)} + length;
     out.note = format("the module read %lu bytes at %Xh, up to byte %llXh; the ROM holds %zu bytes "
-                      "(%u quadlets)",
+                      "(%u %s)",
                       length, out.offset.value_or(0), static_cast<unsigned long long>(end),
-                      decoded.rom.size(), decoded.quadlets());
+                      decoded.rom.size(), decoded.quadlets(),
+                      decoded.quadlets() == 1 ? "quadlet" : "quadlets") +
+               minimalRomText(decoded);
     if (!decoded.blocks.empty() && out.offset == 4u)
         out.note += format(", its bus information block's crc_length %u asking for quadlets 1 "
                            "to %u",
@@ -196,7 +203,7 @@ Explanation readExplanation(const DecodedRom& decoded, const libRombus::lib1394_
     if (kernelCopy && end > decoded.rom.size())
         out.note += format(". The kernel's copy ends at quadlet %u; the device's own ROM may hold "
                            "the rest",
-                           decoded.quadlets());
+                           decoded.quadlets() > 0 ? decoded.quadlets() - 1 : 0);
     out.note += ".";
     return out;
 }

@@ -179,13 +179,11 @@ bool hasProblems(const Inspection& inspection) {
 }
 
 bool hasAdvisories(const Inspection& inspection) {
-    return std::any_of(inspection.nodes.begin(), inspection.nodes.end(),
-                       [](const NodeView& node) {
-                           return std::any_of(node.advisories.begin(), node.advisories.end(),
-                                              [](const Advisory& advisory) {
-                                                  return advisory.severity == Severity::Advisory;
-                                              });
-                       });
+    return std::any_of(inspection.nodes.begin(), inspection.nodes.end(), [](const NodeView& node) {
+        return std::any_of(
+            node.advisories.begin(), node.advisories.end(),
+            [](const Advisory& advisory) { return advisory.severity == Severity::Advisory; });
+    });
 }
 
 } // namespace rombus

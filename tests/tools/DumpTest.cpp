@@ -160,7 +160,13 @@ TEST(Dump, EachAdvisoryHasItsRom) {
                                                             "information block's GUID is "
                                                             "0030E00000000002"));
     EXPECT_EQ(kinds(scan, 2), std::vector<std::string>{"sysfs-guid-mismatch"});
-    EXPECT_THAT(rombus::dumpNode(scan.nodes[1], 100), HasSubstr("CRC 383Eh, not known: the ROM"));
+    // What the kernel's guid file says is worth knowing, not a fault of the ROM.
+    EXPECT_EQ(scan.nodes[2].advisories[0].severity, rombus::Severity::Note);
+    EXPECT_FALSE(rombus::hasAdvisories(scanOf({RomLayout().image()}, {0x0102030405060708ull})));
+    // The unit directory's header names its protocol.
+    EXPECT_THAT(rombus::dumpNode(scan.nodes[1], 100),
+                HasSubstr("directory \"Directory - Unit\" (SBP-2 (storage)), length 3, CRC 383Eh,\n"
+                          "                             not known: the ROM"));
 }
 
 } // namespace

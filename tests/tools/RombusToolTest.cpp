@@ -442,18 +442,20 @@ TEST_F(RombusTool, AReadingThatFailsWithoutARecordSaysSo) {
 }
 
 TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
-    // The golden SBP-2 disk reads without a record; its cycle clock accuracy of 255 is reserved.
+    // The golden SBP-2 disk reads without a record; it is cycle master capable, and its cycle
+    // clock accuracy of 255 ppm is beyond the 100 ppm a cycle master may have.
     const std::string disk = ROMBUS_SOURCE_DIR "/tests/roms/sbp2-disk.hex";
     const Outcome run = registered("check " + disk);
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr("    1 advisory (beside the module's records):\n      advisory "
-                                   "8h: cyc_clk_acc 255 is not an accuracy"));
+                                   "8h: cyc_clk_acc 255 on a cycle master capable node (cmc 1)"));
     EXPECT_THAT(run.out, HasSubstr("Unit 0 at 3Ch  SBP-2 (storage)"));
     EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 3Ch  (SBP-2 (storage))"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
     const json report = rombusJson("check " + disk, 0);
     EXPECT_TRUE(report["ok"].get<bool>());
     EXPECT_EQ(report["nodes"][0]["advisories"][0]["kind"], "reserved-bus-option");
+    EXPECT_EQ(report["nodes"][0]["advisories"][0]["severity"], "advisory");
     EXPECT_EQ(report["nodes"][0]["units"][0]["protocol"], "SBP-2 (storage)");
     const Outcome dump = registered("-x check " + disk);
     EXPECT_THAT(dump.out, HasSubstr("    ROM:\n000  FFFFF0000400  0404"));

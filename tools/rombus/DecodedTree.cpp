@@ -12,8 +12,8 @@ constexpr size_t Step = 2;
 constexpr size_t MaxDepth = 8;
 
 std::string entryLine(const decode::RomEntry& entry) {
-    std::string line = format("%s  at %Xh  key %02Xh  ", entryName(entry.key).c_str(),
-                              entry.offset, entry.key);
+    std::string line =
+        format("%s  at %Xh  key %02Xh  ", entryName(entry.key).c_str(), entry.offset, entry.key);
     if (!entry.target)
         return line + format("%06Xh", entry.value);
     line += format("-> %Xh", *entry.target);

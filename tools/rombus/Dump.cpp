@@ -145,11 +145,10 @@ private:
 
     void describeBlock(const RomBlock& block) {
         const std::string what = block.kind == BlockKind::Directory ? "directory" : "leaf";
-        add(block.offset,
-            format("%s \"%s\"%s, length %u, ", what.c_str(),
-                   block.key == 0xC0 ? "Root" : entryName(block.key).c_str(),
-                   protocolOf(block).c_str(), block.declared) +
-                crcVerdict(block));
+        add(block.offset, format("%s \"%s\"%s, length %u, ", what.c_str(),
+                                 block.key == 0xC0 ? "Root" : entryName(block.key).c_str(),
+                                 protocolOf(block).c_str(), block.declared) +
+                              crcVerdict(block));
         if (block.kind == BlockKind::Directory)
             return;
         const uint8_t keyId = block.key & 0x3F;
@@ -161,8 +160,7 @@ private:
     std::string protocolOf(const RomBlock& block) const {
         for (const decode::UnitIds& unit : decoded_.units)
             if (unit.directory == block.offset && block.kind == BlockKind::Directory)
-                return std::string(" (") + decode::unitProtocol(unit.specifier, unit.version) +
-                       ")";
+                return std::string(" (") + decode::unitProtocol(unit.specifier, unit.version) + ")";
         return std::string();
     }
 

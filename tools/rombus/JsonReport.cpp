@@ -81,8 +81,8 @@ json messages(const NodeView& view) {
              {"id", recordId(record)},
              {"text", recordText(record)},
              {"variables", empty ? json::object() : variables(record.message->variables())},
-             {"explanation", i < view.explanations.size() ? explanation(view.explanations[i])
-                                                          : json(nullptr)}});
+             {"explanation",
+              i < view.explanations.size() ? explanation(view.explanations[i]) : json(nullptr)}});
     }
     return out;
 }
