@@ -1,6 +1,6 @@
 #include "inspect/Advisories.h"
 
-#include "inspect/CrcCauses.h"
+#include "inspect/Explanations.h"
 #include "inspect/Format.h"
 #include "inspect/Records.h"
 
@@ -39,8 +39,10 @@ std::string uncheckedText(const DecodedRom& decoded, const RomBlock& block, unsi
                 ? std::string("the module did not read this block")
                 : format("the module checked it and records no problem for it at --crc-level %u",
                          crcLevel);
+    // A cause every wrong CRC shares is said once for the ROM, not per block.
     const CrcCause cause = crcCauseOf(decoded, block);
-    return cause.known() ? text + ". Cause: " + cause.text : text;
+    return cause.known() && sharedCrcCause(decoded).empty() ? text + ". Cause: " + cause.text
+                                                             : text;
 }
 
 void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records, unsigned crcLevel,

@@ -84,7 +84,9 @@ Explanation crcExplanation(const DecodedRom& decoded, const libRombus::lib1394_l
     const CrcCause cause = crcCauseOf(decoded, *block);
     out.causes = cause.ids;
     out.causeOfEveryBadCrc = cause.known() && cause.ids == shared;
-    if (!out.causeOfEveryBadCrc)
+    if (out.causeOfEveryBadCrc)
+        out.note += ".";
+    else
         out.note += ". " + (cause.known() ? "Cause: " + cause.text : "No known cause") + ".";
     return out;
 }

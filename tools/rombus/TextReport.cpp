@@ -8,6 +8,7 @@
 #include "inspect/Locator.h"
 #include "inspect/Names.h"
 #include "inspect/Records.h"
+#include "inspect/Triage.h"
 #include "inspect/UnitTypes.h"
 
 #include <algorithm>
@@ -338,7 +339,8 @@ private:
             text += separator + std::to_string(count) + " " + what;
             separator = ", ";
         }
-        out_ << "\n" << wrapped(text + ".", 0, 2 * Step);
+        const std::string kinds = troubleSummary(inspection_.nodes);
+        out_ << "\n" << wrapped(text + "." + (kinds.empty() ? "" : " " + kinds), 0, 2 * Step);
     }
 
     const Inspection& inspection_;
