@@ -42,7 +42,7 @@ std::string uncheckedText(const DecodedRom& decoded, const RomBlock& block, unsi
     // A cause every wrong CRC shares is said once for the ROM, not per block.
     const CrcCause cause = crcCauseOf(decoded, block);
     return cause.known() && sharedCrcCause(decoded).empty() ? text + ". Cause: " + cause.text
-                                                             : text;
+                                                            : text;
 }
 
 void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records, unsigned crcLevel,

@@ -16,10 +16,9 @@ bool isEntryRule(const std::string& id) {
 }
 
 bool advises(const NodeView& node) {
-    return std::any_of(node.advisories.begin(), node.advisories.end(),
-                       [](const Advisory& advisory) {
-                           return advisory.severity == Severity::Advisory;
-                       });
+    return std::any_of(
+        node.advisories.begin(), node.advisories.end(),
+        [](const Advisory& advisory) { return advisory.severity == Severity::Advisory; });
 }
 
 } // namespace
@@ -43,8 +42,7 @@ Trouble troubleOf(const NodeView& node) {
 }
 
 std::string troubleSummary(const std::vector<NodeView>& nodes) {
-    static const char* const names[] = {"unreadable", "entry rules", "CRC only",
-                                        "advisories only"};
+    static const char* const names[] = {"unreadable", "entry rules", "CRC only", "advisories only"};
     size_t counts[4] = {};
     for (const NodeView& node : nodes) {
         const Trouble trouble = troubleOf(node);

@@ -462,6 +462,67 @@ TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
     expectWithin100Columns(dump.out);
 }
 
+// The text as one line, every run of blanks and line breaks one blank: what wrapping and column
+// alignment leave aside.
+std::string flat(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        const bool blank = c == ' ' || c == '\n';
+        if (!blank)
+            out += c;
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
+    }
+    return out;
+}
+
+TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
+    // The golden disk whose bus information CRC covers the whole ROM: 6FB8h over quadlets 1 to
+    // 25, 2973h over its crc_length of 4 (the golden sbp2-disk's header is 04042973h).
+    const std::string disk = ROMBUS_SOURCE_DIR "/tests/roms/bus-crc-whole-rom.hex";
+    const Outcome run = registered("check " + disk);
+    EXPECT_EQ(run.status, 1);
+    const std::string text = flat(run.out);
+    EXPECT_THAT(text, HasSubstr("error configuration rom CRC check failed: expected B86Fh, found "
+                                "6D94h at offset 4h means: the bus information block at 0h "
+                                "stores CRC 6FB8h; its CRC is 2973h: store 04042973h at 0h. "
+                                "Cause: the CRC was computed over the whole ROM (25 quadlets) "
+                                "instead of crc_length (4)."));
+    // The module stopped at the bus information block; the decoder's reading is shown, marked.
+    EXPECT_THAT(text, HasSubstr("Read beyond the module's verdict"));
+    EXPECT_THAT(text, HasSubstr("Immediate - Vendor at 18h key 03h ACDE48h"));
+    EXPECT_THAT(text, HasSubstr("\"Example\""));
+    EXPECT_THAT(text, HasSubstr("Unit 0 at 3Ch SBP-2 (storage) vendor ACDE48h model 000001h"));
+    EXPECT_THAT(text, HasSubstr("By kind: 1 CRC only."));
+    expectWithin100Columns(run.out);
+
+    const json report = rombusJson("check " + disk, 1);
+    const json& node = report["nodes"][0];
+    EXPECT_TRUE(node["beyondVerdict"].get<bool>());
+    EXPECT_EQ(node["units"][0]["protocol"], "SBP-2 (storage)");
+    const json& explanation = node["messages"][0]["explanation"];
+    EXPECT_EQ(explanation["offset"], 0);
+    EXPECT_EQ(explanation["storedCrc"], 0x6FB8);
+    EXPECT_EQ(explanation["correctCrc"], 0x2973);
+    EXPECT_EQ(explanation["fix"], 0x04042973);
+    EXPECT_EQ(explanation["causes"], json::array({"length-whole-rom"}));
+
+    const Outcome dump = registered("-x check " + disk);
+    EXPECT_THAT(flat(dump.out), HasSubstr("^ means: the bus information block at 0h stores CRC "
+                                          "6FB8h"));
+
+    // The sample bus: a bus CRC of no known cause, a missing vendor, an entry in the wrong
+    // directory, a wrong signature, a ROM that is not accessible.
+    const std::string sampleText = flat(registered("scan --sysfs " + sample).out);
+    EXPECT_THAT(sampleText, HasSubstr("04047ECFh at 0h. No known cause."));
+    EXPECT_THAT(sampleText, HasSubstr("means: the directory at 14h has no \"Immediate - Vendor\" "
+                                      "entry (key 03h)."));
+    EXPECT_THAT(sampleText, HasSubstr("means: the entry at 30h, key 0Ch (Immediate - Node "
+                                      "Capabilities), in the directory at 24h."));
+    EXPECT_THAT(sampleText, HasSubstr("means: quadlet 1 holds 31333935h (\"1395\")"));
+    EXPECT_THAT(sampleText, HasSubstr("By kind: 2 unreadable, 2 entry rules, 1 CRC only."));
+}
+
 TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     const Outcome run = registered("scan --sysfs " + sample);
     EXPECT_THAT(
