@@ -48,7 +48,9 @@ public:
             attach(concernedOffset(record),
                    std::string(levelName(record.level)) + ": " + recordText(record));
             if (i < node.explanations.size() && !node.explanations[i].note.empty())
-                attach(concernedOffset(record), "means: " + node.explanations[i].note);
+                attach(node.explanations[i].offset ? node.explanations[i].offset
+                                                   : concernedOffset(record),
+                       "means: " + node.explanations[i].note);
         }
         const std::string shared = sharedCrcCause(decoded_);
         if (!shared.empty())
