@@ -32,22 +32,23 @@ std::set<uint32_t> checkedBlocks(const libRombus::Messages& records) {
 // A wrong CRC the module did not record: at --crc-level 2 it did not read the block (it stops
 // below the first wrong CRC it finds); at a lower level it checked the block and recorded no
 // problem for it (a directory or leaf at levels 0 and 1, the bus information block at level 0).
-std::string uncheckedText(const DecodedRom& decoded, const RomBlock& block, unsigned crcLevel) {
+// A cause every wrong CRC shares is said once for the ROM, not per block.
+std::string uncheckedText(const DecodedRom& decoded, const RomBlock& block, unsigned crcLevel,
+                          bool sharedCause) {
     std::string text = format("the CRC %04Xh of %s at %Xh is wrong, it should be %04Xh; ",
                               block.storedCrc, blockName(block), block.offset, block.crc);
     text += crcLevel >= CheckingLevel
                 ? std::string("the module did not read this block")
                 : format("the module checked it and records no problem for it at --crc-level %u",
                          crcLevel);
-    // A cause every wrong CRC shares is said once for the ROM, not per block.
     const CrcCause cause = crcCauseOf(decoded, block);
-    return cause.known() && sharedCrcCause(decoded).empty() ? text + ". Cause: " + cause.text
-                                                            : text;
+    return cause.known() && !sharedCause ? text + ". Cause: " + cause.text : text;
 }
 
 void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records, unsigned crcLevel,
                    std::vector<Advisory>& out) {
     const std::set<uint32_t> checked = checkedBlocks(records);
+    const bool sharedCause = !sharedCrcCause(decoded).empty();
     for (const RomBlock& block : decoded.blocks) {
         if (!block.complete())
             out.push_back(
@@ -61,7 +62,8 @@ void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records
                                   "it should be %04Xh",
                                   block.storedCrc, blockName(block), block.offset, block.crc)});
         else if (!block.crcOk() && !checked.count(block.offset))
-            out.push_back({block.offset, "unchecked-crc", uncheckedText(decoded, block, crcLevel)});
+            out.push_back({block.offset, "unchecked-crc",
+                           uncheckedText(decoded, block, crcLevel, sharedCause)});
     }
 }
 

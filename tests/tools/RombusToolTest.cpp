@@ -5,6 +5,7 @@
 
 #include "ReportSchema.h"
 #include "rombus_support/HostileRoms.h"
+#include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
 
@@ -521,6 +522,77 @@ TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
                                       "Capabilities), in the directory at 24h."));
     EXPECT_THAT(sampleText, HasSubstr("means: quadlet 1 holds 31333935h (\"1395\")"));
     EXPECT_THAT(sampleText, HasSubstr("By kind: 2 unreadable, 2 entry rules, 1 CRC only."));
+}
+
+TEST_F(RombusTool, EveryCrcCauseIsNamedWithItsFixInTextAndJson) {
+    // A root directory, a text leaf and a unit directory, each header given the CRC one firmware
+    // mistake computes; the fix is always the layout's own header.
+    rombus_test::RomLayout layout;
+    layout.directory({rombus_test::RomLayout::immediate(0x03, 0x00A027),
+                      rombus_test::RomLayout::ref(0x81, 1), rombus_test::RomLayout::ref(0xD1, 2)});
+    const int leaf = layout.textLeaf("Example");
+    const int unit = layout.directory({rombus_test::RomLayout::immediate(0x12, 0x00609E),
+                                       rombus_test::RomLayout::immediate(0x13, 0x010483),
+                                       rombus_test::RomLayout::immediate(0x17, 1)});
+    const std::vector<uint32_t> good = layout.quadlets();
+    const size_t root = 5, leafAt = layout.offsetOf(leaf) / 4, unitAt = layout.offsetOf(unit) / 4;
+    const auto crcOf = [&good](size_t first, size_t count, bool littleEndian) {
+        std::vector<uint32_t> quadlets(good.begin() + first, good.begin() + first + count);
+        for (uint32_t& q : quadlets)
+            if (littleEndian)
+                q = q >> 24 | (q >> 8 & 0xFF00) | (q << 8 & 0xFF0000) | q << 24;
+        return rombus_test::crc16(quadlets, 0, count);
+    };
+    const auto swap = [](uint16_t crc) { return uint16_t(crc << 8 | crc >> 8); };
+    std::vector<uint32_t> withHeader = {good[leafAt] & 0xFFFF0000};
+    withHeader.insert(withHeader.end(), good.begin() + leafAt + 1, good.begin() + leafAt + 5);
+    struct Case {
+        size_t header;
+        uint16_t stored;
+        json causes;
+        const char* text;
+    };
+    const Case cases[] = {
+        {leafAt, 0xFFFF, {"placeholder"}, "Cause: FFFFh is a placeholder"},
+        {unitAt,
+         crcOf(unitAt + 1, 2, false),
+         {"length-quadlets"},
+         "Cause: the CRC was computed over 2 quadlets instead of the 3 quadlets its header "
+         "declares."},
+        {leafAt,
+         rombus_test::crc16(withHeader, 0, 5),
+         {"header-included"},
+         "Cause: the CRC was computed with its header quadlet included."},
+        {root,
+         swap(crcOf(root + 1, 3, false)),
+         {"bytes-swapped"},
+         "Cause: the CRC was stored with its two bytes swapped."},
+        {unitAt,
+         swap(crcOf(unitAt + 1, 3, true)),
+         {"little-endian", "bytes-swapped"},
+         "Cause: the CRC was computed over little-endian quadlets (each quadlet's bytes reversed) "
+         "and stored with its two bytes swapped."},
+        {unitAt, 0x1234, json::array(), "No known cause."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        std::vector<uint32_t> rom = good;
+        rom[c.header] = (good[c.header] & 0xFFFF0000) | c.stored;
+        const std::string file = write("cause.txt", hexLines(rom));
+        char where[96];
+        std::snprintf(where, sizeof where,
+                      "at %zXh stores CRC %04Xh; its CRC is %04Xh: store %08Xh", 4 * c.header,
+                      c.stored, good[c.header] & 0xFFFF, good[c.header]);
+        const std::string text = flat(registered("check " + file).out);
+        EXPECT_THAT(text, HasSubstr(where));
+        EXPECT_THAT(text, HasSubstr(c.text));
+        const json explanation =
+            rombusJson("check " + file, 1)["nodes"][0]["messages"][0]["explanation"];
+        EXPECT_EQ(explanation["offset"], 4 * c.header);
+        EXPECT_EQ(explanation["storedCrc"], c.stored);
+        EXPECT_EQ(explanation["fix"], good[c.header]);
+        EXPECT_EQ(explanation["causes"], c.causes);
+    }
 }
 
 TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
