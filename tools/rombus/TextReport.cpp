@@ -259,6 +259,9 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
+        const std::string sharedCause = sharedCrcCause(node.decoded);
+        if (!sharedCause.empty())
+            out_ << wrap(sharedCause, indent, indent);
         printRecords(node, indent);
         if (node.beyondVerdict)
             out_ << decodedTreeText(node, indent, layout_.width);
@@ -280,7 +283,7 @@ private:
                          indent + Step, indent + Step + 9);
     }
 
-    // The records, each with its explanation beneath, and once the cause all wrong CRCs share.
+    // The records, each with its explanation beneath.
     void printRecords(const NodeView& node, size_t indent) {
         const libRombus::Messages& messages = node.records;
         if (messages.isEmpty())
@@ -288,9 +291,6 @@ private:
         out_ << wrap(std::to_string(messages.size()) +
                          (messages.size() == 1 ? " problem:" : " problems:"),
                      indent, indent);
-        const std::string shared = sharedCrcCause(node.decoded);
-        if (!shared.empty())
-            out_ << wrap(shared, indent + Step, indent + Step);
         for (size_t i = 0; i < messages.size(); ++i) {
             const auto& record = messages[i];
             const std::string text = record.message.isEmpty() ? std::string("(no message)")
