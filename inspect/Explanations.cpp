@@ -16,6 +16,8 @@ using decode::RomBlock;
 using decode::RomEntry;
 
 constexpr uint32_t BusNameOffset = 4;
+// The block kinds as JSON names them, in the order of decode::BlockKind.
+const char* const blockIds[] = {"bus-info", "directory", "leaf"};
 
 std::string variable(const libRombus::lib1394_log& record, const char* name) {
     if (record.message.isEmpty())
@@ -69,10 +71,10 @@ Explanation crcExplanation(const DecodedRom& decoded, const libRombus::lib1394_l
         return out;
     }
     out.offset = block->offset;
-    out.block = blockName(*block);
+    out.block = blockIds[static_cast<int>(block->kind)];
     out.storedCrc = block->storedCrc;
     out.correctCrc = block->crc;
-    out.note = format("%s at %Xh stores CRC %04Xh; its CRC is %04Xh", out.block.c_str(),
+    out.note = format("%s at %Xh stores CRC %04Xh; its CRC is %04Xh", blockName(*block),
                       block->offset, block->storedCrc, block->crc);
     if (!block->complete()) {
         out.note += format(" over the %u of its %u quadlets the ROM holds", block->available,

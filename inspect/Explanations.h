@@ -18,8 +18,9 @@ struct Explanation {
     std::string kind;
     // The ROM offset of the block's header, the entry, or the read.
     std::optional<uint32_t> offset;
-    // A CRC record: the block, its stored and correct CRC, the quadlet to store at its header
-    // (absent when the ROM does not hold the whole block), and the recognised causes' ids.
+    // A CRC record: the block's kind ("bus-info", "directory", "leaf"), its stored and correct CRC,
+    // the quadlet to store at its header (absent when the ROM does not hold the whole block), and
+    // the recognised causes' ids.
     std::string block;
     std::optional<uint16_t> storedCrc, correctCrc;
     std::optional<uint32_t> fix;

@@ -502,6 +502,8 @@ TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
     EXPECT_TRUE(node["beyondVerdict"].get<bool>());
     EXPECT_EQ(node["units"][0]["protocol"], "SBP-2 (storage)");
     const json& explanation = node["messages"][0]["explanation"];
+    EXPECT_EQ(explanation["kind"], "crc");
+    EXPECT_EQ(explanation["block"], "bus-info");
     EXPECT_EQ(explanation["offset"], 0);
     EXPECT_EQ(explanation["storedCrc"], 0x6FB8);
     EXPECT_EQ(explanation["correctCrc"], 0x2973);
