@@ -452,6 +452,7 @@ TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
                                    "8h: cyc_clk_acc 255 on a cycle master capable node (cmc 1)"));
     EXPECT_THAT(run.out, HasSubstr("Unit 0 at 3Ch  SBP-2 (storage)"));
     EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 3Ch  (SBP-2 (storage))"));
+    EXPECT_THAT(run.out, HasSubstr("1 without problems. By kind: 1 advisories only.\n"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
     const json report = rombusJson("check " + disk, 0);
     EXPECT_TRUE(report["ok"].get<bool>());
