@@ -57,7 +57,8 @@ void addGuidAdvisories(NodeView& node, const std::vector<NodeView>& nodes) {
                 {GuidOffset, "guid-company-mismatch",
                  format("the GUID's company id %06Xh is not the vendor id %06Xh of the root "
                         "directory: of the nodes sharing it, this one may carry another's GUID",
-                        company, vendor->value)});
+                        company, vendor->value),
+                 Severity::Note});
         return;
     }
 }

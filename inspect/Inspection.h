@@ -48,7 +48,7 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
 
 // Whether any node has a problem record or could not be read.
 bool hasProblems(const Inspection& inspection);
-// Whether the decoder found anything the module does not report.
+// Whether the decoder found a likely bug the module does not report (notes do not count).
 bool hasAdvisories(const Inspection& inspection);
 
 } // namespace rombus

@@ -54,16 +54,37 @@ json variables(const vesk5::Variables& set) {
     return out;
 }
 
-json messages(const libRombus::Messages& records) {
+template <typename Number> json numberOrNull(const std::optional<Number>& number) {
+    return number ? json(*number) : json(nullptr);
+}
+
+json explanation(const Explanation& found) {
+    return {{"kind", found.kind},
+            {"offset", numberOrNull(found.offset)},
+            {"block", found.block.empty() ? json(nullptr) : json(found.block)},
+            {"storedCrc", numberOrNull(found.storedCrc)},
+            {"correctCrc", numberOrNull(found.correctCrc)},
+            {"fix", numberOrNull(found.fix)},
+            {"causes", found.causes},
+            {"causeOfEveryBadCrc", found.causeOfEveryBadCrc},
+            {"key", numberOrNull(found.key)},
+            {"definedBy", found.definedBy.empty() ? json(nullptr) : json(found.definedBy)},
+            {"note", found.note}};
+}
+
+json messages(const NodeView& view) {
     json out = json::array();
-    for (const auto& record : records) {
+    for (size_t i = 0; i < view.records.size(); ++i) {
+        const auto& record = view.records[i];
         const bool empty = record.message.isEmpty();
         out.push_back(
             {{"level", record.level},
              {"levelName", levelName(record.level)},
              {"id", recordId(record)},
              {"text", recordText(record)},
-             {"variables", empty ? json::object() : variables(record.message->variables())}});
+             {"variables", empty ? json::object() : variables(record.message->variables())},
+             {"explanation",
+              i < view.explanations.size() ? explanation(view.explanations[i]) : json(nullptr)}});
     }
     return out;
 }
@@ -91,8 +112,10 @@ json busOptions(const std::vector<uint8_t>& rom) {
 json advisories(const std::vector<Advisory>& found) {
     json out = json::array();
     for (const Advisory& advisory : found)
-        out.push_back(
-            {{"offset", advisory.offset}, {"kind", advisory.kind}, {"text", advisory.text}});
+        out.push_back({{"offset", advisory.offset},
+                       {"kind", advisory.kind},
+                       {"severity", severityName(advisory.severity)},
+                       {"text", advisory.text}});
     return out;
 }
 
@@ -199,7 +222,9 @@ json node(const NodeView& view) {
         {"local", bus.local},
         {"guid", guid},
         {"busOptions", busOptions(bus.rom)},
-        {"messages", messages(view.records)},
+        {"messages", messages(view)},
+        {"crcCause", textOrNull(sharedCrcCause(view.decoded))},
+        {"beyondVerdict", view.beyondVerdict},
         {"readingStopped", stop(view.stopped)},
         {"notes", bus.notes},
         {"kernel",

@@ -6,6 +6,7 @@
 #include "inspect/RomNames.h"
 #include "inspect/UnitTypes.h"
 
+#include <algorithm>
 #include <map>
 
 namespace rombus {
@@ -40,9 +41,13 @@ std::string unitsOf(const NodeView& node) {
 
 std::string statusOf(const NodeView& node) {
     std::string text = statusName(node.status());
-    if (!node.advisories.empty())
-        text += format(", %zu %s", node.advisories.size(),
-                       node.advisories.size() == 1 ? "advisory" : "advisories");
+    // Notes are no fault of the ROM: only advisories are counted, as --strict counts them.
+    const size_t advisories = static_cast<size_t>(
+        std::count_if(node.advisories.begin(), node.advisories.end(), [](const Advisory& advisory) {
+            return advisory.severity == Severity::Advisory;
+        }));
+    if (advisories)
+        text += format(", %zu %s", advisories, advisories == 1 ? "advisory" : "advisories");
     if (node.source && node.source->local)
         text += ", local";
     return text;

@@ -1,5 +1,6 @@
 #include "TextReport.h"
 
+#include "DecodedTree.h"
 #include "Dump.h"
 #include "Text.h"
 #include "UnitLines.h"
@@ -8,6 +9,7 @@
 #include "inspect/Locator.h"
 #include "inspect/Names.h"
 #include "inspect/Records.h"
+#include "inspect/Triage.h"
 #include "inspect/UnitTypes.h"
 
 #include <algorithm>
@@ -244,7 +246,12 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
-        printRecords(node.records, indent);
+        const std::string sharedCause = sharedCrcCause(node.decoded);
+        if (!sharedCause.empty())
+            out_ << wrap(sharedCause, indent, indent);
+        printRecords(node, indent);
+        if (node.beyondVerdict)
+            out_ << decodedTreeText(node, indent, layout_.width);
         printAdvisories(node.advisories, indent);
         if (layout_.dump)
             out_ << wrap("ROM:", indent, indent) << dumpNode(node, layout_.width);
@@ -258,20 +265,27 @@ private:
                          " (beside the module's records):",
                      indent, indent);
         for (const Advisory& advisory : advisories)
-            out_ << wrap(format("advisory %Xh: ", advisory.offset) + escaped(advisory.text, false),
+            out_ << wrap(format("%s %Xh: ", severityName(advisory.severity), advisory.offset) +
+                             escaped(advisory.text, false),
                          indent + Step, indent + Step + 9);
     }
 
-    void printRecords(const libRombus::Messages& messages, size_t indent) {
+    // The records, each with its explanation beneath.
+    void printRecords(const NodeView& node, size_t indent) {
+        const libRombus::Messages& messages = node.records;
         if (messages.isEmpty())
             return;
         out_ << wrap(std::to_string(messages.size()) +
                          (messages.size() == 1 ? " problem:" : " problems:"),
                      indent, indent);
-        for (const auto& record : messages) {
+        for (size_t i = 0; i < messages.size(); ++i) {
+            const auto& record = messages[i];
             const std::string text = record.message.isEmpty() ? std::string("(no message)")
                                                               : escaped(recordText(record), false);
             out_ << recordLine(record.level, text, indent + Step);
+            if (i < node.explanations.size() && !node.explanations[i].note.empty())
+                out_ << wrap("means: " + escaped(node.explanations[i].note, false),
+                             indent + Step + 9, indent + Step + 16);
         }
     }
 
@@ -312,7 +326,8 @@ private:
             text += separator + std::to_string(count) + " " + what;
             separator = ", ";
         }
-        out_ << "\n" << wrapped(text + ".", 0, 2 * Step);
+        const std::string kinds = troubleSummary(inspection_.nodes);
+        out_ << "\n" << wrapped(text + "." + (kinds.empty() ? "" : " " + kinds), 0, 2 * Step);
     }
 
     const Inspection& inspection_;
