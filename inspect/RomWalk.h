@@ -25,6 +25,10 @@ struct RomEntry {
     std::vector<RomEntry> children;
     // A textual descriptor leaf in minimal ASCII: its text up to the first NUL.
     std::optional<std::string> text;
+    // Where it stands in the tree, "root/unit[0]/model": the directories from the root, then
+    // the key's name (inspect/KeyNames.h), with the index among the entries of that key before
+    // it in [] when it is not the first, and always for a directory.
+    std::string path;
 
     unsigned type() const { return key >> 6; }
     unsigned keyId() const { return key & 0x3Fu; }
