@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include "RomCommands.h"
 #include "inspect/Registry.h"
 
 #include <CLI/CLI.hpp>
@@ -151,6 +152,8 @@ int parseOptions(int argc, char** argv, Options& options) {
     addScan(app, options);
     addCheck(app, options);
     addRegistry(app, options);
+    for (const RomCommand add : romCommands)
+        add(app, options);
     // Set last, so that the commands keep footers of their own.
     app.footer(mainFooter());
     try {

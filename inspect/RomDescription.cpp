@@ -1,0 +1,409 @@
+#include "inspect/RomDescription.h"
+
+#include "inspect/Format.h"
+#include "inspect/KeyNames.h"
+#include "inspect/Names.h"
+
+#include <yaml-cpp/yaml.h>
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+
+namespace rombus {
+namespace {
+
+using decode::RomEntry;
+
+constexpr unsigned ImmediateType = 0, CsrOffsetType = 1, LeafType = 2, DirectoryType = 3;
+constexpr uint32_t BusInfoQuadlets = 5;
+constexpr uint32_t InfoLength = 4;
+constexpr uint32_t MinimalInfoLength = 1;
+constexpr uint32_t MaxValue = 0xFFFFFF;
+constexpr uint32_t MaxQuadlets = 256;
+
+// The fields of the bus options quadlet: name, lowest bit, width.
+struct BusField {
+    const char* name;
+    unsigned shift, width;
+};
+constexpr BusField busFields[] = {
+    {"irmc", 31, 1},      {"cmc", 30, 1},         {"isc", 29, 1},     {"bmc", 28, 1},
+    {"pmc", 27, 1},       {"cyc_clk_acc", 16, 8}, {"max_rec", 12, 4}, {"max_rom", 8, 2},
+    {"generation", 4, 4}, {"link_spd", 0, 3},
+};
+
+// ---- building
+
+// An error at a place of the description.
+struct DescriptionError : std::runtime_error {
+    DescriptionError(const YAML::Node& node, const std::string& what)
+        : std::runtime_error(format("line %d: ", node.Mark().line + 1) + what) {}
+};
+
+uint64_t numberOf(const YAML::Node& node, uint64_t max, const std::string& what) {
+    if (!node.IsScalar())
+        throw DescriptionError(node, what + " must be a number");
+    const std::string text = node.Scalar();
+    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    size_t end = 0;
+    uint64_t value = 0;
+    try {
+        value = std::stoull(text.substr(hex ? 2 : 0), &end, hex ? 16 : 10);
+    } catch (const std::exception&) {
+        end = std::string::npos;
+    }
+    if (text.empty() || text[0] == '-' || end != text.size() - (hex ? 2 : 0))
+        throw DescriptionError(node, what + ": \"" + text + "\" is not a number");
+    if (value > max)
+        throw DescriptionError(node, what + format(": %s is more than %llXh", text.c_str(),
+                                                   static_cast<unsigned long long>(max)));
+    return value;
+}
+
+// A textual descriptor in minimal ASCII: the two quadlets of zeros, then the text padded with
+// zero bytes to a whole quadlet.
+std::vector<uint32_t> textLeaf(const std::string& text) {
+    std::vector<uint32_t> body = {0, 0};
+    for (size_t i = 0; i < text.size(); i += 4) {
+        uint32_t quadlet = 0;
+        for (size_t j = 0; j < 4; ++j)
+            quadlet = quadlet << 8 | (i + j < text.size() ? static_cast<uint8_t>(text[i + j]) : 0);
+        body.push_back(quadlet);
+    }
+    return body;
+}
+
+// An entry of the description: its key and value, a leaf's quadlets or a directory's entries.
+struct Entry {
+    uint8_t key = 0;
+    uint32_t value = 0;
+    std::vector<uint32_t> leaf;
+    std::vector<Entry> children;
+
+    unsigned type() const { return key >> 6; }
+    uint32_t blockLength() const {
+        return static_cast<uint32_t>(type() == DirectoryType ? children.size() : leaf.size());
+    }
+};
+
+std::vector<Entry> entriesOf(const YAML::Node& list);
+
+std::vector<uint32_t> leafOf(const YAML::Node& value) {
+    if (value.IsScalar())
+        return textLeaf(value.Scalar());
+    if (!value.IsSequence())
+        throw DescriptionError(value, "a leaf is a text or a list of quadlets");
+    std::vector<uint32_t> body;
+    for (const YAML::Node& quadlet : value)
+        body.push_back(static_cast<uint32_t>(numberOf(quadlet, 0xFFFFFFFF, "a leaf quadlet")));
+    return body;
+}
+
+// An entry is a map of one key to its value: "vendor: 0x00A02D".
+Entry entryOf(const YAML::Node& node) {
+    if (!node.IsMap() || node.size() != 1)
+        throw DescriptionError(node, "an entry is one key and its value, \"vendor: 0x00A02D\"");
+    const auto item = *node.begin();
+    const auto key = keyOfToken(item.first.Scalar());
+    if (!key)
+        throw DescriptionError(item.first, "\"" + item.first.Scalar() +
+                                               "\" is neither a key name nor a key 0xKK");
+    Entry entry;
+    entry.key = *key;
+    if (entry.type() == DirectoryType)
+        entry.children = entriesOf(item.second);
+    else if (entry.type() == LeafType)
+        entry.leaf = leafOf(item.second);
+    else
+        entry.value = static_cast<uint32_t>(numberOf(item.second, MaxValue, keyToken(*key)));
+    return entry;
+}
+
+std::vector<Entry> entriesOf(const YAML::Node& list) {
+    if (!list.IsSequence())
+        throw DescriptionError(list, "a directory is a list of entries");
+    std::vector<Entry> entries;
+    for (const YAML::Node& node : list)
+        entries.push_back(entryOf(node));
+    return entries;
+}
+
+// A block in the ROM being built: a directory's entries or a leaf's quadlets, at a quadlet.
+struct Placed {
+    const std::vector<Entry>* entries = nullptr;
+    const std::vector<uint32_t>* leaf = nullptr;
+    uint32_t at = 0;
+};
+
+class Builder {
+public:
+    explicit Builder(const YAML::Node& document) : document_(document) {}
+
+    std::vector<uint32_t> build() {
+        checkNames();
+        if (const YAML::Node minimal = document_["minimal_vendor_id"])
+            return {MinimalInfoLength << 24 |
+                    static_cast<uint32_t>(numberOf(minimal, MaxValue, "minimal_vendor_id"))};
+        rom_.assign(BusInfoQuadlets, 0);
+        busInfo();
+        if (!document_["root"])
+            throw DescriptionError(document_, "the description has no root directory");
+        const std::vector<Entry> root = entriesOf(document_["root"]);
+        layOut(root);
+        uint32_t crcLength = InfoLength;
+        const YAML::Node given = busInfoNode()["crc_length"];
+        if (given)
+            crcLength = static_cast<uint32_t>(numberOf(given, 0xFF, "crc_length"));
+        if (crcLength >= rom_.size())
+            throw DescriptionError(given, format("crc_length %u runs past the ROM's %zu quadlets",
+                                                 crcLength, rom_.size()));
+        rom_[0] = InfoLength << 24 | crcLength << 16 |
+                  decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength});
+        return rom_;
+    }
+
+private:
+    void checkNames() const {
+        if (!document_.IsMap())
+            throw DescriptionError(document_, "a description is a map of bus_info, guid and root");
+        for (const auto& item : document_) {
+            const std::string name = item.first.Scalar();
+            if (name != "bus_info" && name != "guid" && name != "root" &&
+                name != "minimal_vendor_id")
+                throw DescriptionError(item.first, "\"" + name +
+                                                       "\" is not bus_info, guid, root or "
+                                                       "minimal_vendor_id");
+        }
+    }
+
+    // The bus_info map, or an empty one when it is left out (every field 0, bus_name "1394").
+    YAML::Node busInfoNode() const {
+        const YAML::Node info = document_["bus_info"];
+        if (info && !info.IsMap())
+            throw DescriptionError(info, "bus_info is a map of fields, \"max_rec: 8\"");
+        return info ? info : YAML::Node(YAML::NodeType::Map);
+    }
+
+    void busInfo() {
+        std::string name = "1394";
+        uint32_t options = 0;
+        for (const auto& item : busInfoNode()) {
+            const std::string field = item.first.Scalar();
+            if (field == "bus_name" && item.second.Scalar().size() > 4)
+                throw DescriptionError(item.second, "bus_name has at most 4 characters");
+            if (field == "bus_name")
+                name = item.second.Scalar();
+            if (field == "bus_name" || field == "crc_length")
+                continue;
+            const BusField* known = nullptr;
+            for (const BusField& busField : busFields)
+                if (field == busField.name)
+                    known = &busField;
+            if (!known)
+                throw DescriptionError(item.first, "\"" + field + "\" is not a bus_info field");
+            options |= static_cast<uint32_t>(numberOf(item.second, (1u << known->width) - 1, field))
+                       << known->shift;
+        }
+        for (size_t i = 0; i < 4; ++i)
+            rom_[1] = rom_[1] << 8 | (i < name.size() ? static_cast<uint8_t>(name[i]) : 0);
+        rom_[2] = options;
+        if (!document_["guid"])
+            throw DescriptionError(document_, "the description has no guid");
+        const uint64_t guid = numberOf(document_["guid"], ~uint64_t{0}, "guid");
+        rom_[3] = static_cast<uint32_t>(guid >> 32);
+        rom_[4] = static_cast<uint32_t>(guid);
+    }
+
+    // Places the blocks breadth first, each right after the one before, then writes each.
+    void layOut(const std::vector<Entry>& root) {
+        std::vector<Placed> blocks = {{&root, nullptr, BusInfoQuadlets}};
+        std::map<const Entry*, uint32_t> targets;
+        uint32_t end = BusInfoQuadlets + 1 + static_cast<uint32_t>(root.size());
+        for (size_t i = 0; i < blocks.size(); ++i) {
+            if (!blocks[i].entries)
+                continue;
+            for (const Entry& entry : *blocks[i].entries) {
+                if (entry.type() < LeafType)
+                    continue;
+                targets[&entry] = end;
+                const bool directory = entry.type() == DirectoryType;
+                blocks.push_back({directory ? &entry.children : nullptr,
+                                  directory ? nullptr : &entry.leaf, end});
+                end += 1 + entry.blockLength();
+            }
+        }
+        if (end > MaxQuadlets)
+            throw DescriptionError(document_["root"],
+                                   format("the ROM would hold %u quadlets, more than 256", end));
+        rom_.resize(end);
+        for (const Placed& block : blocks)
+            write(block, targets);
+    }
+
+    void write(const Placed& block, const std::map<const Entry*, uint32_t>& targets) {
+        std::vector<uint32_t> body;
+        if (block.leaf)
+            body = *block.leaf;
+        for (size_t i = 0; block.entries && i < block.entries->size(); ++i) {
+            const Entry& entry = (*block.entries)[i];
+            const uint32_t self = block.at + 1 + static_cast<uint32_t>(i);
+            const uint32_t field =
+                entry.type() >= LeafType ? targets.at(&entry) - self : entry.value;
+            body.push_back(uint32_t{entry.key} << 24 | field);
+        }
+        rom_[block.at] = static_cast<uint32_t>(body.size()) << 16 | decode::crc16(body);
+        std::copy(body.begin(), body.end(), rom_.begin() + block.at + 1);
+    }
+
+    const YAML::Node& document_;
+    std::vector<uint32_t> rom_;
+};
+
+// ---- describing
+
+std::string quoted(const std::string& text) {
+    YAML::Emitter out;
+    out << YAML::DoubleQuoted << text;
+    return out.c_str();
+}
+
+bool printable(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+}
+
+class Describer {
+public:
+    explicit Describer(const decode::DecodedRom& rom) : rom_(rom) {}
+
+    std::string text() {
+        out_ = "# Configuration ROM: 'rombus build' makes the image, computing every offset,\n"
+               "# length and CRC.\n";
+        const uint32_t first = *decode::quadletAt(rom_.rom, 0);
+        if (first >> 24 == MinimalInfoLength)
+            return out_ + format("minimal_vendor_id: 0x%06X\n", first & MaxValue);
+        busInfo(first);
+        out_ += "root:\n";
+        entries(rom_.root, 2);
+        return out_;
+    }
+
+private:
+    void busInfo(uint32_t first) {
+        out_ += "bus_info:\n";
+        if (rom_.rom.size() >= 8)
+            out_ +=
+                "  bus_name: " + quoted(std::string(rom_.rom.begin() + 4, rom_.rom.begin() + 8)) +
+                "\n";
+        const uint32_t options = decode::quadletAt(rom_.rom, 8).value_or(0);
+        for (const BusField& field : busFields)
+            out_ += format("  %s: %u\n", field.name,
+                           options >> field.shift & ((1u << field.width) - 1));
+        if ((first >> 16 & 0xFF) != InfoLength)
+            out_ += format("  crc_length: %u\n", first >> 16 & 0xFF);
+        out_ += format("guid: 0x%08X%08X\n", decode::quadletAt(rom_.rom, 12).value_or(0),
+                       decode::quadletAt(rom_.rom, 16).value_or(0));
+    }
+
+    void entries(const std::vector<RomEntry>& list, size_t indent) {
+        for (const RomEntry& entry : list) {
+            const std::string token = keyToken(entry.key);
+            out_ += std::string(indent, ' ') + "- " + token + ":";
+            if (entry.type() == DirectoryType) {
+                out_ += entry.children.empty() ? " []" : "";
+                comment(entry, token);
+                entries(entry.children, indent + 4);
+                continue;
+            }
+            out_ += " " + valueOf(entry);
+            comment(entry, token);
+        }
+    }
+
+    // A key without a name of its own is told by the module's name of it.
+    void comment(const RomEntry& entry, const std::string& token) {
+        out_ += token.rfind("0x", 0) == 0 ? "  # " + entryName(entry.key) + "\n" : "\n";
+    }
+
+    std::string valueOf(const RomEntry& entry) const {
+        if (entry.type() == ImmediateType || entry.type() == CsrOffsetType)
+            return format("0x%06X", entry.value);
+        const std::vector<uint32_t> body = leafBody(*entry.target);
+        if (entry.text && printable(*entry.text) && textLeaf(*entry.text) == body)
+            return quoted(*entry.text);
+        std::string list = "[";
+        for (size_t i = 0; i < body.size(); ++i)
+            list += format(i ? ", 0x%08X" : "0x%08X", body[i]);
+        return list + "]";
+    }
+
+    std::vector<uint32_t> leafBody(uint32_t offset) const {
+        std::vector<uint32_t> body;
+        const uint32_t length = decode::quadletAt(rom_.rom, offset).value_or(0) >> 16;
+        for (uint32_t i = 0; i < length; ++i)
+            if (const auto quadlet = decode::quadletAt(rom_.rom, offset + 4 + 4 * i))
+                body.push_back(*quadlet);
+        return body;
+    }
+
+    const decode::DecodedRom& rom_;
+    std::string out_;
+};
+
+// Why a ROM's description does not build it: what keeps it out of canonical layout.
+std::string whyNotCanonical(const decode::DecodedRom& rom, const std::vector<uint8_t>& built) {
+    for (const decode::RomBlock& block : rom.blocks) {
+        if (!block.complete())
+            return format("the block at %Xh runs past the end of the ROM", block.offset);
+        if (!block.crcOk())
+            return format("the CRC of the block at %Xh is %04Xh, not %04Xh ('rombus repair' "
+                          "corrects it)",
+                          block.offset, block.storedCrc, block.crc);
+    }
+    if (built.size() < rom.rom.size())
+        return format("the ROM holds data no entry reaches from %zXh on", built.size());
+    for (size_t at = 0; at + 4 <= std::min(built.size(), rom.rom.size()); at += 4)
+        if (decode::quadletAt(built, at) != decode::quadletAt(rom.rom, at))
+            return format("at %zXh it holds %08X where its blocks in canonical order put %08X "
+                          "(blocks shared, out of order, apart, or reaching outside the ROM)",
+                          at, *decode::quadletAt(rom.rom, at), *decode::quadletAt(built, at));
+    return format("its blocks in canonical order run to %zXh, past its end", built.size());
+}
+
+} // namespace
+
+std::vector<uint8_t> buildRom(const std::string& description, std::string& error) {
+    std::vector<uint32_t> quadlets;
+    try {
+        const YAML::Node document = YAML::Load(description);
+        quadlets = Builder(document).build();
+    } catch (const YAML::Exception& failure) {
+        error = format("line %d: ", failure.mark.line + 1) + failure.msg;
+        return {};
+    } catch (const DescriptionError& failure) {
+        error = failure.what();
+        return {};
+    }
+    std::vector<uint8_t> rom;
+    for (uint32_t quadlet : quadlets)
+        for (int shift = 24; shift >= 0; shift -= 8)
+            rom.push_back(static_cast<uint8_t>(quadlet >> shift));
+    return rom;
+}
+
+std::string describeRom(const decode::DecodedRom& rom, std::string& refusal) {
+    if (!decode::quadletAt(rom.rom, 0)) {
+        refusal = "the ROM holds no quadlet";
+        return {};
+    }
+    const std::string text = Describer(rom).text();
+    std::string error;
+    const std::vector<uint8_t> built = buildRom(text, error);
+    if (built == rom.rom)
+        return text;
+    refusal = "its description would not build the same bytes: " +
+              (error.empty() ? whyNotCanonical(rom, built) : error);
+    return {};
+}
+
+} // namespace rombus
