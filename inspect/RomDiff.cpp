@@ -29,7 +29,7 @@ public:
             blocks_.emplace(block.offset, &block);
         busInfo();
         if (const RomBlock* root = blockAt(decode::RootDirectoryOffset))
-            add("root", "crc", format("%04Xh", root->storedCrc));
+            add("root", "crc", crcOf(*root));
         entries(rom.root);
     }
 
@@ -55,7 +55,8 @@ private:
             return;
         }
         add("bus/crc_length", "value", format("%u", *first >> 16 & 0xFF));
-        add("bus", "crc", format("%04Xh", *first & 0xFFFF));
+        if (!rom_.blocks.empty())
+            add("bus", "crc", crcOf(rom_.blocks[0]));
         if (rom_.rom.size() >= 8)
             add("bus/bus_name", "value",
                 "\"" + std::string(rom_.rom.begin() + 4, rom_.rom.begin() + 8) + "\"");
@@ -78,12 +79,20 @@ private:
             const RomBlock* block =
                 entry.target && !entry.repeated ? blockAt(*entry.target) : nullptr;
             if (block) {
-                add(entry.path, "crc", format("%04Xh", block->storedCrc));
+                add(entry.path, "crc", crcOf(*block));
                 if (layout_)
                     add(entry.path, "offset", format("%Xh", block->offset));
             }
             entries(entry.children);
         }
+    }
+
+    // A right CRC is told as such, so that a block whose contents changed with its CRC kept
+    // right shows its contents only; a wrong one by its value and the right one.
+    static std::string crcOf(const RomBlock& block) {
+        if (!block.complete())
+            return format("%04Xh, not known", block.storedCrc);
+        return block.crcOk() ? "ok" : format("%04Xh, not %04Xh", block.storedCrc, block.crc);
     }
 
     std::string valueOf(const RomEntry& entry) const {

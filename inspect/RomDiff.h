@@ -13,8 +13,9 @@ struct RomChange {
     enum Kind { Changed, Added, Removed };
     Kind kind = Changed;
     std::string path;
-    // "value" (an entry's value, a leaf's contents, a field), "crc" (a block's stored CRC) or
-    // "offset" (where a block stands, compared only when asked).
+    // "value" (an entry's value, a leaf's contents, a field), "crc" (a block's CRC: "ok", or
+    // "FFFFh, not 2973h" as stored and as computed) or "offset" (where a block stands, compared
+    // only when asked).
     std::string aspect;
     std::string before; // empty for an added item
     std::string after;  // empty for a removed item

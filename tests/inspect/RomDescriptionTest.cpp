@@ -1,0 +1,125 @@
+#include "inspect/RomDescription.h"
+
+#include "lib1394/ImageFile.h"
+
+#include "rombus_support/HostileRoms.h"
+#include "rombus_support/RomLayout.h"
+#include "rombus_support/TypicalRom.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using rombus_test::RomLayout;
+
+std::vector<uint8_t> roundTrip(const std::vector<uint8_t>& rom, std::string& why) {
+    const std::string description = rombus::describeRom(rombus::decode::decodeRom(rom), why);
+    if (description.empty())
+        return {};
+    return rombus::buildRom(description, why);
+}
+
+// Two units, the first with a dependent directory and a leaf: breadth first, the second unit
+// comes before what the first holds.
+RomLayout twoUnits() {
+    RomLayout rom(0x0030E00000000042ull, 0xE0, 8);
+    rom.directory({RomLayout::immediate(0x03, 0x0030E0), RomLayout::ref(0x81, 1),
+                   RomLayout::ref(0xD1, 2), RomLayout::ref(0xD1, 3)});
+    rom.textLeaf("Vendor");
+    rom.directory(
+        {RomLayout::immediate(0x12, 0x00A02D), RomLayout::ref(0xD4, 4), RomLayout::ref(0x82, 5)});
+    rom.directory({RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x54, 0x4000)});
+    rom.directory({RomLayout::immediate(0x38, 0x10)});
+    rom.leaf({0x12345678, 0x9ABCDEF0});
+    return rom;
+}
+
+TEST(RomDescription, DescribeThenBuildGivesBackEveryCanonicalRom) {
+    std::vector<std::pair<std::string, std::vector<uint8_t>>> roms = {
+        {"typical", rombus_bench::typicalRom()}, {"two units", twoUnits().image()}};
+    for (const auto& file : std::filesystem::directory_iterator(ROMBUS_SOURCE_DIR "/tests/roms"))
+        if (file.path().extension() == ".hex")
+            roms.emplace_back(file.path().filename(),
+                              lib1394::readImageFile(file.path().string()).rom);
+    EXPECT_GE(roms.size(), 7u);
+    for (const auto& [name, rom] : roms) {
+        std::string why;
+        EXPECT_EQ(roundTrip(rom, why), rom) << name << ": " << why;
+    }
+}
+
+TEST(RomDescription, AHandWrittenDescriptionBuildsTheRomItSays) {
+    const std::string description = R"(# A camera: names, keys by number, nested directories.
+bus_info:
+  irmc: 1
+  cmc: 1
+  isc: 1            # bmc and pmc left at 0
+  max_rec: 8
+guid: 0x0030E00000000042
+root:
+  - vendor: 0x0030E0
+  - descriptor: "Vendor"
+  - unit:
+      - specifier_id: 0x00A02D
+      - dependent_info:
+          - 0x38: 16
+      - bus_dependent_info: [0x12345678, 0x9abcdef0]
+  - unit:
+      - specifier_id: 0x00609E
+      - 0x54: 0x4000   # a CSR offset by its key
+)";
+    std::string error;
+    EXPECT_EQ(rombus::buildRom(description, error), twoUnits().image()) << error;
+    EXPECT_EQ(rombus::buildRom("minimal_vendor_id: 0x00A02D\n", error),
+              (std::vector<uint8_t>{0x01, 0x00, 0xA0, 0x2D}));
+}
+
+TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
+    const std::pair<std::string, std::string> wrong[] = {
+        {"guid: 1\nroot:\n  - vendr: 1\n",
+         "line 3: \"vendr\" is neither a key name nor a key 0xKK"},
+        {"guid: 1\nroot:\n  - vendor: 0x1000000\n",
+         "line 3: vendor: 0x1000000 is more than FFFFFFh"},
+        {"guid: 1\nroot:\n  - unit: 5\n", "line 3: a directory is a list of entries"},
+        {"guid: 1\nbus_info:\n  max_rec: 16\nroot: []\n", "line 3: max_rec: 16 is more than Fh"},
+        {"guid: 1\nbus_info:\n  speed: 1\nroot: []\n", "line 3: \"speed\" is not a bus_info field"},
+        {"root: []\n", "line 1: the description has no guid"},
+        {"guid: 1\nroot:\n  - vendor: [1\n", "line 4: end of sequence flow not found"},
+        {"guid: 1\nbus_info:\n  crc_length: 9\nroot: []\n",
+         "line 3: crc_length 9 runs past the ROM's 6 quadlets"},
+    };
+    for (const auto& [description, message] : wrong) {
+        std::string error;
+        EXPECT_TRUE(rombus::buildRom(description, error).empty()) << description;
+        EXPECT_EQ(error, message) << description;
+    }
+}
+
+TEST(RomDescription, ARomOutOfCanonicalLayoutIsRefusedWithTheReason) {
+    const std::vector<uint8_t> canonical = twoUnits().image();
+    auto badCrc = canonical;
+    badCrc[0x16] ^= 0xFF;
+    auto trailing = canonical;
+    trailing.insert(trailing.end(), {0, 0, 0, 0});
+    // Depth first: the first unit's blocks before the second unit.
+    RomLayout depthFirst;
+    depthFirst.directory({RomLayout::ref(0xD1, 1), RomLayout::ref(0xD1, 3)});
+    depthFirst.directory({RomLayout::ref(0x81, 2)});
+    depthFirst.textLeaf("A");
+    depthFirst.directory({});
+    const std::pair<std::vector<uint8_t>, std::string> refused[] = {
+        {badCrc, "the CRC of the block at 14h is"},
+        {trailing, "the ROM holds data no entry reaches from"},
+        {depthFirst.image(), "where its blocks in canonical order put"},
+        {rombus_test::deepDoublingRom(), "where its blocks in canonical order put"},
+    };
+    for (const auto& [rom, reason] : refused) {
+        std::string why;
+        EXPECT_EQ(rombus::describeRom(rombus::decode::decodeRom(rom), why), "");
+        EXPECT_NE(why.find(reason), std::string::npos) << why;
+    }
+}
+
+} // namespace
