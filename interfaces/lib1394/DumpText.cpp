@@ -110,9 +110,12 @@ std::string hex(uint64_t value) {
     return out.str();
 }
 
-// The address the first quadlet of the ROM has in the dump, 0 unless it is one of the others.
+// The address of ROM offset 0 in a dump whose first quadlet line gives this address: the CSR
+// address of the ROM, its register offset, or offset 0.
 uint64_t baseOf(uint64_t firstAddress) {
-    return firstAddress == CsrRomBase || firstAddress == RegisterBase ? firstAddress : 0;
+    return firstAddress >= CsrRomBase     ? CsrRomBase
+           : firstAddress >= RegisterBase ? RegisterBase
+                                          : 0;
 }
 
 } // namespace
@@ -121,8 +124,7 @@ bool isDumpText(const std::string& content) {
     bool dump = false;
     forEachLine(content, [&dump](unsigned, const std::string& line) {
         if (const auto quadlet = quadletLine(line)) {
-            dump = quadlet->address == 0 || quadlet->address == RegisterBase ||
-                   quadlet->address == CsrRomBase;
+            dump = quadlet->address == baseOf(quadlet->address) || !isPlainHex(line);
             return false;
         }
         return !isPlainHex(line);

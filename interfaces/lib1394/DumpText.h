@@ -14,8 +14,8 @@ namespace lib1394 {
 // puts the CSR address between the offset and the quadlet. Lines that begin with a blank or '^'
 // continue the one before; other lines (headings, report text) are not read.
 
-// Whether the content is such a dump: a line of that form for the first quadlet of the ROM, and
-// no line of plain hex quadlets before it.
+// Whether the content is such a dump: no line of plain hex quadlets before its first line of that
+// form, which gives the first quadlet of the ROM or holds more than hex numbers.
 bool isDumpText(const std::string& content);
 
 // The ROM the dump shows, each quadlet at its offset; an error naming the input and the line

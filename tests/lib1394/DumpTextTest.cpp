@@ -60,6 +60,8 @@ TEST(DumpText, AGapAClashOrAStrayAddressNamesItsLine) {
         {"0  04041234\n4  31333934\n4  31333935\n",
          "dump.txt: line 3: offset 4h was already given on line 2"},
         {"0  04041234\n6  31333934\n", "dump.txt: line 2: address 6h is not a quadlet of the ROM"},
+        {"Node 0\n004  FFFFF0000404  31333934  bus_name\n",
+         "dump.txt: line 2: offset 4h follows a gap; the quadlets from 0h are missing"},
         {"0  04041234\n400  31333934\n",
          "dump.txt: line 2: address 400h is not a quadlet of the ROM"},
         {"000  FFFFF0000400  04041234\n004  FFFFF0000408  31333934\n",
