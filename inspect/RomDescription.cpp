@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <stdexcept>
 
 namespace rombus {
@@ -80,6 +81,7 @@ struct Entry {
     uint32_t value = 0;
     std::vector<uint32_t> leaf;
     std::vector<Entry> children;
+    std::optional<uint16_t> crc; // a block's CRC as given, in place of the one computed
 
     unsigned type() const { return key >> 6; }
     uint32_t blockLength() const {
@@ -100,6 +102,30 @@ std::vector<uint32_t> leafOf(const YAML::Node& value) {
     return body;
 }
 
+std::optional<uint16_t> crcOf(const YAML::Node& node) {
+    if (!node)
+        return std::nullopt;
+    return static_cast<uint16_t>(numberOf(node, 0xFFFF, "crc"));
+}
+
+// A block written out as a map: its crc, and its entries, text or quadlets.
+void blockOf(const YAML::Node& block, Entry& entry) {
+    for (const auto& item : block) {
+        const std::string name = item.first.Scalar();
+        if (name != "crc" && name != "entries" && name != "text" && name != "quadlets")
+            throw DescriptionError(item.first,
+                                   "\"" + name + "\" is not crc, entries, text or quadlets");
+    }
+    entry.crc = crcOf(block["crc"]);
+    if (entry.type() == DirectoryType)
+        entry.children =
+            entriesOf(block["entries"] ? block["entries"] : YAML::Node(YAML::NodeType::Sequence));
+    else
+        entry.leaf = leafOf(block["text"]       ? block["text"]
+                            : block["quadlets"] ? block["quadlets"]
+                                                : YAML::Node(YAML::NodeType::Sequence));
+}
+
 // An entry is a map of one key to its value: "vendor: 0x00A02D".
 Entry entryOf(const YAML::Node& node) {
     if (!node.IsMap() || node.size() != 1)
@@ -111,7 +137,9 @@ Entry entryOf(const YAML::Node& node) {
                                                "\" is neither a key name nor a key 0xKK");
     Entry entry;
     entry.key = *key;
-    if (entry.type() == DirectoryType)
+    if (entry.type() >= LeafType && item.second.IsMap())
+        blockOf(item.second, entry);
+    else if (entry.type() == DirectoryType)
         entry.children = entriesOf(item.second);
     else if (entry.type() == LeafType)
         entry.leaf = leafOf(item.second);
@@ -134,6 +162,7 @@ struct Placed {
     const std::vector<Entry>* entries = nullptr;
     const std::vector<uint32_t>* leaf = nullptr;
     uint32_t at = 0;
+    std::optional<uint16_t> crc;
 };
 
 class Builder {
@@ -159,7 +188,8 @@ public:
             throw DescriptionError(given, format("crc_length %u runs past the ROM's %zu quadlets",
                                                  crcLength, rom_.size()));
         rom_[0] = InfoLength << 24 | crcLength << 16 |
-                  decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength});
+                  crcOf(busInfoNode()["crc"])
+                      .value_or(decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength}));
         return rom_;
     }
 
@@ -169,11 +199,11 @@ private:
             throw DescriptionError(document_, "a description is a map of bus_info, guid and root");
         for (const auto& item : document_) {
             const std::string name = item.first.Scalar();
-            if (name != "bus_info" && name != "guid" && name != "root" &&
-                name != "minimal_vendor_id")
+            if (name != "bus_info" && name != "guid" && name != "root" && name != "root_crc" &&
+                name != "trailing" && name != "minimal_vendor_id")
                 throw DescriptionError(item.first, "\"" + name +
-                                                       "\" is not bus_info, guid, root or "
-                                                       "minimal_vendor_id");
+                                                       "\" is not bus_info, guid, root, root_crc, "
+                                                       "trailing or minimal_vendor_id");
         }
     }
 
@@ -194,7 +224,7 @@ private:
                 throw DescriptionError(item.second, "bus_name has at most 4 characters");
             if (field == "bus_name")
                 name = item.second.Scalar();
-            if (field == "bus_name" || field == "crc_length")
+            if (field == "bus_name" || field == "crc_length" || field == "crc")
                 continue;
             const BusField* known = nullptr;
             for (const BusField& busField : busFields)
@@ -217,7 +247,8 @@ private:
 
     // Places the blocks breadth first, each right after the one before, then writes each.
     void layOut(const std::vector<Entry>& root) {
-        std::vector<Placed> blocks = {{&root, nullptr, BusInfoQuadlets}};
+        std::vector<Placed> blocks = {
+            {&root, nullptr, BusInfoQuadlets, crcOf(document_["root_crc"])}};
         std::map<const Entry*, uint32_t> targets;
         uint32_t end = BusInfoQuadlets + 1 + static_cast<uint32_t>(root.size());
         for (size_t i = 0; i < blocks.size(); ++i) {
@@ -229,16 +260,20 @@ private:
                 targets[&entry] = end;
                 const bool directory = entry.type() == DirectoryType;
                 blocks.push_back({directory ? &entry.children : nullptr,
-                                  directory ? nullptr : &entry.leaf, end});
+                                  directory ? nullptr : &entry.leaf, end, entry.crc});
                 end += 1 + entry.blockLength();
             }
         }
-        if (end > MaxQuadlets)
-            throw DescriptionError(document_["root"],
-                                   format("the ROM would hold %u quadlets, more than 256", end));
+        const std::vector<uint32_t> trailing =
+            document_["trailing"] ? leafOf(document_["trailing"]) : std::vector<uint32_t>();
+        if (end + trailing.size() > MaxQuadlets)
+            throw DescriptionError(
+                document_["root"],
+                format("the ROM would hold %zu quadlets, more than 256", end + trailing.size()));
         rom_.resize(end);
         for (const Placed& block : blocks)
             write(block, targets);
+        rom_.insert(rom_.end(), trailing.begin(), trailing.end());
     }
 
     void write(const Placed& block, const std::map<const Entry*, uint32_t>& targets) {
@@ -252,7 +287,8 @@ private:
                 entry.type() >= LeafType ? targets.at(&entry) - self : entry.value;
             body.push_back(uint32_t{entry.key} << 24 | field);
         }
-        rom_[block.at] = static_cast<uint32_t>(body.size()) << 16 | decode::crc16(body);
+        rom_[block.at] =
+            static_cast<uint32_t>(body.size()) << 16 | block.crc.value_or(decode::crc16(body));
         std::copy(body.begin(), body.end(), rom_.begin() + block.at + 1);
     }
 
@@ -268,13 +304,31 @@ std::string quoted(const std::string& text) {
     return out.c_str();
 }
 
+// Quadlets as a YAML list in hexadecimal, "[0x00000000, 0x4578616D]".
+std::string quadletList(const std::vector<uint32_t>& quadlets) {
+    std::string list = "[";
+    for (size_t i = 0; i < quadlets.size(); ++i)
+        list += format(i ? ", 0x%08X" : "0x%08X", quadlets[i]);
+    return list + "]";
+}
+
+std::string quadletList(const std::vector<uint8_t>& bytes) {
+    std::vector<uint32_t> quadlets;
+    for (size_t at = 0; at + 4 <= bytes.size(); at += 4)
+        quadlets.push_back(*decode::quadletAt(bytes, static_cast<uint32_t>(at)));
+    return quadletList(quadlets);
+}
+
 bool printable(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 
 class Describer {
 public:
-    explicit Describer(const decode::DecodedRom& rom) : rom_(rom) {}
+    explicit Describer(const decode::DecodedRom& rom) : rom_(rom) {
+        for (const decode::RomBlock& block : rom.blocks)
+            blocks_.emplace(block.offset, &block);
+    }
 
     std::string text() {
         out_ = "# Configuration ROM: 'rombus build' makes the image, computing every offset,\n"
@@ -283,6 +337,8 @@ public:
         if (first >> 24 == MinimalInfoLength)
             return out_ + format("minimal_vendor_id: 0x%06X\n", first & MaxValue);
         busInfo(first);
+        if (const std::string crc = wrongCrc(decode::RootDirectoryOffset); !crc.empty())
+            out_ += "root_crc: " + crc + "\n";
         out_ += "root:\n";
         entries(rom_.root, 2);
         return out_;
@@ -301,6 +357,8 @@ private:
                            options >> field.shift & ((1u << field.width) - 1));
         if ((first >> 16 & 0xFF) != InfoLength)
             out_ += format("  crc_length: %u\n", first >> 16 & 0xFF);
+        if (const std::string crc = wrongCrc(0); !crc.empty())
+            out_ += "  crc: " + crc + "\n";
         out_ += format("guid: 0x%08X%08X\n", decode::quadletAt(rom_.rom, 12).value_or(0),
                        decode::quadletAt(rom_.rom, 16).value_or(0));
     }
@@ -309,6 +367,23 @@ private:
         for (const RomEntry& entry : list) {
             const std::string token = keyToken(entry.key);
             out_ += std::string(indent, ' ') + "- " + token + ":";
+            const std::string crc =
+                entry.target && !entry.repeated ? wrongCrc(*entry.target) : std::string();
+            if (!crc.empty() && entry.type() == DirectoryType) {
+                out_ += "\n" + std::string(indent + 4, ' ') + "crc: " + crc + "\n" +
+                        std::string(indent + 4, ' ') + "entries:";
+                out_ += entry.children.empty() ? " []" : "";
+                comment(entry, token);
+                entries(entry.children, indent + 6);
+                continue;
+            }
+            if (!crc.empty()) {
+                const std::string value = valueOf(entry);
+                out_ += " {crc: " + crc.substr(0, crc.find(' ')) +
+                        (value[0] == '"' ? ", text: " : ", quadlets: ") + value + "}";
+                comment(entry, token);
+                continue;
+            }
             if (entry.type() == DirectoryType) {
                 out_ += entry.children.empty() ? " []" : "";
                 comment(entry, token);
@@ -318,6 +393,18 @@ private:
             out_ += " " + valueOf(entry);
             comment(entry, token);
         }
+    }
+
+    // The stored CRC of a block whose CRC is not right, with the right one in a comment; empty
+    // for a right one.
+    std::string wrongCrc(uint32_t offset) const {
+        const auto block = blocks_.find(offset);
+        if (block == blocks_.end() || block->second->crcOk())
+            return {};
+        return format("0x%04X", block->second->storedCrc) +
+               (block->second->complete()
+                    ? format("  # not the block's CRC, %04Xh", block->second->crc)
+                    : std::string());
     }
 
     // A key without a name of its own is told by the module's name of it.
@@ -331,10 +418,7 @@ private:
         const std::vector<uint32_t> body = leafBody(*entry.target);
         if (entry.text && printable(*entry.text) && textLeaf(*entry.text) == body)
             return quoted(*entry.text);
-        std::string list = "[";
-        for (size_t i = 0; i < body.size(); ++i)
-            list += format(i ? ", 0x%08X" : "0x%08X", body[i]);
-        return list + "]";
+        return quadletList(body);
     }
 
     std::vector<uint32_t> leafBody(uint32_t offset) const {
@@ -347,21 +431,15 @@ private:
     }
 
     const decode::DecodedRom& rom_;
+    std::map<uint32_t, const decode::RomBlock*> blocks_;
     std::string out_;
 };
 
 // Why a ROM's description does not build it: what keeps it out of canonical layout.
 std::string whyNotCanonical(const decode::DecodedRom& rom, const std::vector<uint8_t>& built) {
-    for (const decode::RomBlock& block : rom.blocks) {
+    for (const decode::RomBlock& block : rom.blocks)
         if (!block.complete())
             return format("the block at %Xh runs past the end of the ROM", block.offset);
-        if (!block.crcOk())
-            return format("the CRC of the block at %Xh is %04Xh, not %04Xh ('rombus repair' "
-                          "corrects it)",
-                          block.offset, block.storedCrc, block.crc);
-    }
-    if (built.size() < rom.rom.size())
-        return format("the ROM holds data no entry reaches from %zXh on", built.size());
     for (size_t at = 0; at + 4 <= std::min(built.size(), rom.rom.size()); at += 4)
         if (decode::quadletAt(built, at) != decode::quadletAt(rom.rom, at))
             return format("at %zXh it holds %08X where its blocks in canonical order put %08X "
@@ -396,9 +474,16 @@ std::string describeRom(const decode::DecodedRom& rom, std::string& refusal) {
         refusal = "the ROM holds no quadlet";
         return {};
     }
-    const std::string text = Describer(rom).text();
+    std::string text = Describer(rom).text();
     std::string error;
-    const std::vector<uint8_t> built = buildRom(text, error);
+    std::vector<uint8_t> built = buildRom(text, error);
+    // Quadlets after the last block are kept as they stand.
+    if (error.empty() && built.size() < rom.rom.size()) {
+        text += "trailing: " +
+                quadletList(std::vector<uint8_t>(rom.rom.begin() + built.size(), rom.rom.end())) +
+                "\n";
+        built = buildRom(text, error);
+    }
     if (built == rom.rom)
         return text;
     refusal = "its description would not build the same bytes: " +

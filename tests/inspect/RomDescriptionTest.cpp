@@ -36,14 +36,31 @@ RomLayout twoUnits() {
     return rom;
 }
 
+// The ROM with the CRC of the block at `at` spoilt.
+std::vector<uint8_t> withWrongCrc(std::vector<uint8_t> rom, size_t at) {
+    rom[at + 3] ^= 0x5A;
+    return rom;
+}
+
 TEST(RomDescription, DescribeThenBuildGivesBackEveryCanonicalRom) {
+    const RomLayout layout = twoUnits();
+    auto trailing = layout.image();
+    trailing.insert(trailing.end(), {0xDE, 0xAD, 0xBE, 0xEF});
+    // Wrong CRCs and data after the last block are described as they stand.
     std::vector<std::pair<std::string, std::vector<uint8_t>>> roms = {
-        {"typical", rombus_bench::typicalRom()}, {"two units", twoUnits().image()}};
+        {"typical", rombus_bench::typicalRom()},
+        {"two units", layout.image()},
+        {"bus CRC", withWrongCrc(layout.image(), 0)},
+        {"root CRC", withWrongCrc(layout.image(), 0x14)},
+        {"text leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(1))},
+        {"unit CRC", withWrongCrc(layout.image(), layout.offsetOf(2))},
+        {"leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(5))},
+        {"trailing", trailing}};
     for (const auto& file : std::filesystem::directory_iterator(ROMBUS_SOURCE_DIR "/tests/roms"))
         if (file.path().extension() == ".hex")
             roms.emplace_back(file.path().filename(),
                               lib1394::readImageFile(file.path().string()).rom);
-    EXPECT_GE(roms.size(), 7u);
+    EXPECT_GE(roms.size(), 13u);
     for (const auto& [name, rom] : roms) {
         std::string why;
         EXPECT_EQ(roundTrip(rom, why), rom) << name << ": " << why;
@@ -86,6 +103,9 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
         {"guid: 1\nbus_info:\n  max_rec: 16\nroot: []\n", "line 3: max_rec: 16 is more than Fh"},
         {"guid: 1\nbus_info:\n  speed: 1\nroot: []\n", "line 3: \"speed\" is not a bus_info field"},
         {"root: []\n", "line 1: the description has no guid"},
+        {"guid: 1\nroot:\n  - unit: {crc: 1, entry: []}\n",
+         "line 3: \"entry\" is not crc, entries, text or quadlets"},
+        {"guid: 1\nroot_crc: 0x10000\nroot: []\n", "line 2: crc: 0x10000 is more than FFFFh"},
         {"guid: 1\nroot:\n  - vendor: [1\n", "line 4: end of sequence flow not found"},
         {"guid: 1\nbus_info:\n  crc_length: 9\nroot: []\n",
          "line 3: crc_length 9 runs past the ROM's 6 quadlets"},
@@ -98,11 +118,8 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
 }
 
 TEST(RomDescription, ARomOutOfCanonicalLayoutIsRefusedWithTheReason) {
-    const std::vector<uint8_t> canonical = twoUnits().image();
-    auto badCrc = canonical;
-    badCrc[0x16] ^= 0xFF;
-    auto trailing = canonical;
-    trailing.insert(trailing.end(), {0, 0, 0, 0});
+    auto cut = twoUnits().image();
+    cut.resize(cut.size() - 4);
     // Depth first: the first unit's blocks before the second unit.
     RomLayout depthFirst;
     depthFirst.directory({RomLayout::ref(0xD1, 1), RomLayout::ref(0xD1, 3)});
@@ -110,8 +127,7 @@ TEST(RomDescription, ARomOutOfCanonicalLayoutIsRefusedWithTheReason) {
     depthFirst.textLeaf("A");
     depthFirst.directory({});
     const std::pair<std::vector<uint8_t>, std::string> refused[] = {
-        {badCrc, "the CRC of the block at 14h is"},
-        {trailing, "the ROM holds data no entry reaches from"},
+        {cut, "the block at 60h runs past the end of the ROM"},
         {depthFirst.image(), "where its blocks in canonical order put"},
         {rombus_test::deepDoublingRom(), "where its blocks in canonical order put"},
     };
