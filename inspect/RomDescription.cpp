@@ -184,12 +184,13 @@ public:
         const YAML::Node given = busInfoNode()["crc_length"];
         if (given)
             crcLength = static_cast<uint32_t>(numberOf(given, 0xFF, "crc_length"));
-        if (crcLength >= rom_.size())
+        // A CRC over quadlets the ROM does not hold cannot be computed, only given.
+        const std::optional<uint16_t> crc = crcOf(busInfoNode()["crc"]);
+        if (crcLength >= rom_.size() && !crc)
             throw DescriptionError(given, format("crc_length %u runs past the ROM's %zu quadlets",
                                                  crcLength, rom_.size()));
         rom_[0] = InfoLength << 24 | crcLength << 16 |
-                  crcOf(busInfoNode()["crc"])
-                      .value_or(decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength}));
+                  crc.value_or(decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength}));
         return rom_;
     }
 

@@ -46,6 +46,8 @@ TEST(RomDescription, DescribeThenBuildGivesBackEveryCanonicalRom) {
     const RomLayout layout = twoUnits();
     auto trailing = layout.image();
     trailing.insert(trailing.end(), {0xDE, 0xAD, 0xBE, 0xEF});
+    auto past = layout.image();
+    past[1] = 0xFF; // crc_length 255, and the CRC can no longer be known
     // Wrong CRCs and data after the last block are described as they stand.
     std::vector<std::pair<std::string, std::vector<uint8_t>>> roms = {
         {"typical", rombus_bench::typicalRom()},
@@ -55,7 +57,8 @@ TEST(RomDescription, DescribeThenBuildGivesBackEveryCanonicalRom) {
         {"text leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(1))},
         {"unit CRC", withWrongCrc(layout.image(), layout.offsetOf(2))},
         {"leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(5))},
-        {"trailing", trailing}};
+        {"trailing", trailing},
+        {"crc_length past the end", past}};
     for (const auto& file : std::filesystem::directory_iterator(ROMBUS_SOURCE_DIR "/tests/roms"))
         if (file.path().extension() == ".hex")
             roms.emplace_back(file.path().filename(),

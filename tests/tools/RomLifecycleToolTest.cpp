@@ -90,6 +90,39 @@ TEST_F(RomLifecycle, EveryRomReadsBackFromItsDumpDescribesBuildsAndEqualsItself)
     }
 }
 
+TEST_F(RomLifecycle, TheSampleBusRomsAreDescribedByteForByteOrRefusedWithTheReason) {
+    size_t described = 0, refused = 0;
+    for (const auto& entry :
+         fs::recursive_directory_iterator(ROMBUS_SOURCE_DIR "/examples/sysfs")) {
+        if (entry.path().filename() != "config_rom" || fs::file_size(entry.path()) == 0)
+            continue;
+        const std::string file = "'" + entry.path().string() + "'";
+        SCOPED_TRACE(file);
+        std::ifstream in(entry.path(), std::ios::binary);
+        const std::string content((std::istreambuf_iterator<char>(in)), {});
+        folder_.write("pasted.txt", rombus("check -x " + file).out);
+        EXPECT_EQ(report("pasted.txt"), report(file));
+        EXPECT_EQ(rombus("diff " + file + " " + file).status, 0);
+        const Outcome description = rombus("describe " + file);
+        if (description.status == 1) {
+            EXPECT_THAT(description.err, HasSubstr("cannot be described: "));
+            ++refused;
+            continue;
+        }
+        ASSERT_EQ(description.status, 0) << description.err;
+        ++described;
+        folder_.write("described.yaml", description.out);
+        const bool little = content.compare(4, 4, "4931") == 0;
+        EXPECT_EQ(rombus(std::string("build described.yaml -o built.rom --output-form ") +
+                         (little ? "le" : "be"))
+                      .status,
+                  0);
+        EXPECT_EQ(read("built.rom"), content);
+    }
+    EXPECT_GE(described, 5u);
+    EXPECT_GE(refused, 1u);
+}
+
 TEST_F(RomLifecycle, DiffTellsChangesAsDiffDoesAndExitsLikeIt) {
     using rombus_test::RomLayout;
     RomLayout before, after;
