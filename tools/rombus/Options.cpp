@@ -37,8 +37,9 @@ const char* const checkFooter =
     "an image from standard input. Forms: raw binary in bus order; raw binary in\n"
     "little-endian quadlets (a copy of a sysfs config_rom, found by its signature or\n"
     "named with --byte-order le); hex text of 32-bit quadlets separated by blanks or\n"
-    "commas, optional 0x, comments from # or // to the end of the line. At most 1024\n"
-    "bytes (256 quadlets) each.\n";
+    "commas, optional 0x, comments from # or // to the end of the line; an annotated dump\n"
+    "(the output of -x, or lines of an offset or CSR address, then a quadlet). At most\n"
+    "1024 bytes (256 quadlets) each.\n";
 
 std::string importFooter() {
     return "Turns the IEEE registry of Debian's ieee-data into the vendor registry the tool\n"
