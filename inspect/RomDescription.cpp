@@ -22,6 +22,7 @@ constexpr uint32_t InfoLength = 4;
 constexpr uint32_t MinimalInfoLength = 1;
 constexpr uint32_t MaxValue = 0xFFFFFF;
 constexpr uint32_t MaxQuadlets = 256;
+constexpr uint32_t MaxRomBytes = 4 * MaxQuadlets;
 
 // The fields of the bus options quadlet: name, lowest bit, width.
 struct BusField {
@@ -82,6 +83,9 @@ struct Entry {
     std::vector<uint32_t> leaf;
     std::vector<Entry> children;
     std::optional<uint16_t> crc; // a block's CRC as given, in place of the one computed
+    std::optional<uint32_t> at;  // a block's ROM offset as given, in place of the next free one
+    std::optional<uint32_t> raw; // a leaf or directory entry's value as given: no block of its own
+    int line = 0;
 
     unsigned type() const { return key >> 6; }
     uint32_t blockLength() const {
@@ -108,14 +112,25 @@ std::optional<uint16_t> crcOf(const YAML::Node& node) {
     return static_cast<uint16_t>(numberOf(node, 0xFFFF, "crc"));
 }
 
-// A block written out as a map: its crc, and its entries, text or quadlets.
+// A block written out as a map: where it stands, its crc, and its entries, text or quadlets;
+// or, as {value: N}, an entry that refers to a block described elsewhere or outside the ROM.
 void blockOf(const YAML::Node& block, Entry& entry) {
     for (const auto& item : block) {
         const std::string name = item.first.Scalar();
-        if (name != "crc" && name != "entries" && name != "text" && name != "quadlets")
-            throw DescriptionError(item.first,
-                                   "\"" + name + "\" is not crc, entries, text or quadlets");
+        if (name != "at" && name != "crc" && name != "entries" && name != "text" &&
+            name != "quadlets" && name != "value")
+            throw DescriptionError(
+                item.first, "\"" + name + "\" is not at, crc, entries, text, quadlets or value");
     }
+    if (block["value"]) {
+        entry.raw = static_cast<uint32_t>(numberOf(block["value"], MaxValue, "value"));
+        return;
+    }
+    if (block["at"])
+        entry.at = static_cast<uint32_t>(numberOf(block["at"], MaxRomBytes - 4, "at"));
+    if (entry.at && *entry.at % 4 != 0)
+        throw DescriptionError(block["at"],
+                               format("at %Xh is not the offset of a quadlet", *entry.at));
     entry.crc = crcOf(block["crc"]);
     if (entry.type() == DirectoryType)
         entry.children =
@@ -137,6 +152,7 @@ Entry entryOf(const YAML::Node& node) {
                                                "\" is neither a key name nor a key 0xKK");
     Entry entry;
     entry.key = *key;
+    entry.line = node.Mark().line + 1;
     if (entry.type() >= LeafType && item.second.IsMap())
         blockOf(item.second, entry);
     else if (entry.type() == DirectoryType)
@@ -201,10 +217,10 @@ private:
         for (const auto& item : document_) {
             const std::string name = item.first.Scalar();
             if (name != "bus_info" && name != "guid" && name != "root" && name != "root_crc" &&
-                name != "trailing" && name != "minimal_vendor_id")
+                name != "unreferenced" && name != "minimal_vendor_id")
                 throw DescriptionError(item.first, "\"" + name +
                                                        "\" is not bus_info, guid, root, root_crc, "
-                                                       "trailing or minimal_vendor_id");
+                                                       "unreferenced or minimal_vendor_id");
         }
     }
 
@@ -246,7 +262,8 @@ private:
         rom_[4] = static_cast<uint32_t>(guid);
     }
 
-    // Places the blocks breadth first, each right after the one before, then writes each.
+    // Places the blocks breadth first, each where it is told or right after the furthest one
+    // before, writes each, then the quadlets no entry reaches.
     void layOut(const std::vector<Entry>& root) {
         std::vector<Placed> blocks = {
             {&root, nullptr, BusInfoQuadlets, crcOf(document_["root_crc"])}};
@@ -256,25 +273,44 @@ private:
             if (!blocks[i].entries)
                 continue;
             for (const Entry& entry : *blocks[i].entries) {
-                if (entry.type() < LeafType)
+                if (entry.type() < LeafType || entry.raw)
                     continue;
-                targets[&entry] = end;
+                const uint32_t at = entry.at ? *entry.at / 4 : end;
+                targets[&entry] = at;
                 const bool directory = entry.type() == DirectoryType;
                 blocks.push_back({directory ? &entry.children : nullptr,
-                                  directory ? nullptr : &entry.leaf, end, entry.crc});
-                end += 1 + entry.blockLength();
+                                  directory ? nullptr : &entry.leaf, at, entry.crc});
+                end = std::max(end, at + 1 + entry.blockLength());
             }
         }
-        const std::vector<uint32_t> trailing =
-            document_["trailing"] ? leafOf(document_["trailing"]) : std::vector<uint32_t>();
-        if (end + trailing.size() > MaxQuadlets)
-            throw DescriptionError(
-                document_["root"],
-                format("the ROM would hold %zu quadlets, more than 256", end + trailing.size()));
+        const std::map<uint32_t, std::vector<uint32_t>> unreferenced = unreferencedQuadlets();
+        for (const auto& [at, quadlets] : unreferenced)
+            end = std::max(end, static_cast<uint32_t>(at + quadlets.size()));
+        if (end > MaxQuadlets)
+            throw DescriptionError(document_["root"],
+                                   format("the ROM would hold %u quadlets, more than 256", end));
         rom_.resize(end);
         for (const Placed& block : blocks)
             write(block, targets);
-        rom_.insert(rom_.end(), trailing.begin(), trailing.end());
+        for (const auto& [at, quadlets] : unreferenced)
+            std::copy(quadlets.begin(), quadlets.end(), rom_.begin() + at);
+    }
+
+    // The quadlets of "unreferenced", by the quadlet they begin at.
+    std::map<uint32_t, std::vector<uint32_t>> unreferencedQuadlets() const {
+        std::map<uint32_t, std::vector<uint32_t>> runs;
+        const YAML::Node given = document_["unreferenced"];
+        if (given && !given.IsMap())
+            throw DescriptionError(given, "unreferenced is a map of offsets to lists of quadlets");
+        for (const auto& item : given) {
+            const auto at =
+                static_cast<uint32_t>(numberOf(item.first, MaxRomBytes - 4, "an offset"));
+            if (at % 4 != 0)
+                throw DescriptionError(item.first,
+                                       format("%Xh is not the offset of a quadlet", at));
+            runs[at / 4] = leafOf(item.second);
+        }
+        return runs;
     }
 
     void write(const Placed& block, const std::map<const Entry*, uint32_t>& targets) {
@@ -284,13 +320,25 @@ private:
         for (size_t i = 0; block.entries && i < block.entries->size(); ++i) {
             const Entry& entry = (*block.entries)[i];
             const uint32_t self = block.at + 1 + static_cast<uint32_t>(i);
-            const uint32_t field =
-                entry.type() >= LeafType ? targets.at(&entry) - self : entry.value;
+            const uint32_t field = entry.raw                 ? *entry.raw
+                                   : entry.type() < LeafType ? entry.value
+                                                             : referenceTo(entry, targets, self);
             body.push_back(uint32_t{entry.key} << 24 | field);
         }
         rom_[block.at] =
             static_cast<uint32_t>(body.size()) << 16 | block.crc.value_or(decode::crc16(body));
         std::copy(body.begin(), body.end(), rom_.begin() + block.at + 1);
+    }
+
+    // An entry's value refers forward, in quadlets from the entry.
+    static uint32_t referenceTo(const Entry& entry, const std::map<const Entry*, uint32_t>& targets,
+                                uint32_t self) {
+        const uint32_t target = targets.at(&entry);
+        if (target <= self)
+            throw std::runtime_error(format("line %d: the block at %Xh is not after its entry at "
+                                            "%Xh; an entry refers only forward",
+                                            entry.line, 4 * target, 4 * self));
+        return target - self;
     }
 
     const YAML::Node& document_;
@@ -313,20 +361,15 @@ std::string quadletList(const std::vector<uint32_t>& quadlets) {
     return list + "]";
 }
 
-std::string quadletList(const std::vector<uint8_t>& bytes) {
-    std::vector<uint32_t> quadlets;
-    for (size_t at = 0; at + 4 <= bytes.size(); at += 4)
-        quadlets.push_back(*decode::quadletAt(bytes, static_cast<uint32_t>(at)));
-    return quadletList(quadlets);
-}
-
 bool printable(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 
 class Describer {
 public:
-    explicit Describer(const decode::DecodedRom& rom) : rom_(rom) {
+    // With explicitLayout, every block says where it stands.
+    Describer(const decode::DecodedRom& rom, bool explicitLayout)
+        : rom_(rom), explicitLayout_(explicitLayout) {
         for (const decode::RomBlock& block : rom.blocks)
             blocks_.emplace(block.offset, &block);
     }
@@ -342,6 +385,7 @@ public:
             out_ += "root_crc: " + crc + "\n";
         out_ += "root:\n";
         entries(rom_.root, 2);
+        unreferenced();
         return out_;
     }
 
@@ -367,33 +411,83 @@ private:
     void entries(const std::vector<RomEntry>& list, size_t indent) {
         for (const RomEntry& entry : list) {
             const std::string token = keyToken(entry.key);
-            out_ += std::string(indent, ' ') + "- " + token + ":";
-            const std::string crc =
-                entry.target && !entry.repeated ? wrongCrc(*entry.target) : std::string();
-            if (!crc.empty() && entry.type() == DirectoryType) {
-                out_ += "\n" + std::string(indent + 4, ' ') + "crc: " + crc + "\n" +
-                        std::string(indent + 4, ' ') + "entries:";
-                out_ += entry.children.empty() ? " []" : "";
-                comment(entry, token);
-                entries(entry.children, indent + 6);
+            const std::string pad(indent, ' ');
+            out_ += pad + "- " + token + ":";
+            if (entry.type() < LeafType) {
+                out_ += format(" 0x%06X", entry.value) + comment(entry, token);
                 continue;
             }
-            if (!crc.empty()) {
-                const std::string value = valueOf(entry);
-                out_ += " {crc: " + crc.substr(0, crc.find(' ')) +
-                        (value[0] == '"' ? ", text: " : ", quadlets: ") + value + "}";
-                comment(entry, token);
+            const auto block =
+                entry.target && !entry.repeated ? blocks_.find(*entry.target) : blocks_.end();
+            if (block == blocks_.end()) {
+                out_ += format(" {value: 0x%06X}", entry.value) + comment(entry, token);
                 continue;
             }
-            if (entry.type() == DirectoryType) {
-                out_ += entry.children.empty() ? " []" : "";
-                comment(entry, token);
-                entries(entry.children, indent + 4);
-                continue;
-            }
-            out_ += " " + valueOf(entry);
-            comment(entry, token);
+            std::vector<std::string> attributes;
+            if (explicitLayout_)
+                attributes.push_back(format("at: 0x%X", block->second->offset));
+            if (!block->second->crcOk())
+                attributes.push_back(format("crc: 0x%04X", block->second->storedCrc));
+            if (entry.type() == DirectoryType)
+                directory(entry, token, attributes, indent);
+            else
+                leaf(entry, token, attributes);
         }
+    }
+
+    void directory(const RomEntry& entry, const std::string& token,
+                   const std::vector<std::string>& attributes, size_t indent) {
+        const std::string empty = entry.children.empty() ? " []" : "";
+        if (attributes.empty()) {
+            out_ += empty + comment(entry, token);
+            entries(entry.children, indent + 4);
+            return;
+        }
+        const std::string pad(indent + 4, ' ');
+        out_ += comment(entry, token);
+        for (const std::string& attribute : attributes)
+            out_ += pad + attribute + "\n";
+        out_ += pad + "entries:" + empty + "\n";
+        entries(entry.children, indent + 6);
+    }
+
+    void leaf(const RomEntry& entry, const std::string& token,
+              const std::vector<std::string>& attributes) {
+        const std::string value = valueOf(entry);
+        if (attributes.empty()) {
+            out_ += " " + value + comment(entry, token);
+            return;
+        }
+        out_ += " {";
+        for (const std::string& attribute : attributes)
+            out_ += attribute + ", ";
+        out_ += (value[0] == '"' ? "text: " : "quadlets: ") + value + "}" + comment(entry, token);
+    }
+
+    // The quadlets no block holds, in runs: "unreferenced: {0x60: [...]}".
+    void unreferenced() {
+        std::vector<bool> held(rom_.quadlets(), false);
+        const auto hold = [&held](uint32_t first, uint32_t count) {
+            for (uint32_t q = first; q < first + count && q < held.size(); ++q)
+                held[q] = true;
+        };
+        hold(0, BusInfoQuadlets);
+        for (const decode::RomBlock& block : rom_.blocks)
+            hold(block.offset / 4, 1 + block.available);
+        std::string runs;
+        for (uint32_t q = 0; q < held.size();) {
+            if (held[q]) {
+                ++q;
+                continue;
+            }
+            std::vector<uint32_t> run;
+            const uint32_t first = q;
+            for (; q < held.size() && !held[q]; ++q)
+                run.push_back(*decode::quadletAt(rom_.rom, 4 * q));
+            runs += format("  0x%X: ", 4 * first) + quadletList(run) + "\n";
+        }
+        if (!runs.empty())
+            out_ += "unreferenced:\n" + runs;
     }
 
     // The stored CRC of a block whose CRC is not right, with the right one in a comment; empty
@@ -409,8 +503,8 @@ private:
     }
 
     // A key without a name of its own is told by the module's name of it.
-    void comment(const RomEntry& entry, const std::string& token) {
-        out_ += token.rfind("0x", 0) == 0 ? "  # " + entryName(entry.key) + "\n" : "\n";
+    static std::string comment(const RomEntry& entry, const std::string& token) {
+        return token.rfind("0x", 0) == 0 ? "  # " + entryName(entry.key) + "\n" : "\n";
     }
 
     std::string valueOf(const RomEntry& entry) const {
@@ -432,21 +526,22 @@ private:
     }
 
     const decode::DecodedRom& rom_;
+    bool explicitLayout_;
     std::map<uint32_t, const decode::RomBlock*> blocks_;
     std::string out_;
 };
 
-// Why a ROM's description does not build it: what keeps it out of canonical layout.
-std::string whyNotCanonical(const decode::DecodedRom& rom, const std::vector<uint8_t>& built) {
+// Why a ROM's description does not build it.
+std::string whyNotFaithful(const decode::DecodedRom& rom, const std::vector<uint8_t>& built) {
     for (const decode::RomBlock& block : rom.blocks)
         if (!block.complete() && block.kind != decode::BlockKind::BusInfo)
             return format("the block at %Xh runs past the end of the ROM", block.offset);
     for (size_t at = 0; at + 4 <= std::min(built.size(), rom.rom.size()); at += 4)
         if (decode::quadletAt(built, at) != decode::quadletAt(rom.rom, at))
-            return format("at %zXh it holds %08X where its blocks in canonical order put %08X "
-                          "(blocks shared, out of order, apart, or reaching outside the ROM)",
+            return format("at %zXh it holds %08X where its description puts %08X (blocks that "
+                          "overlap, or a bus information block of another length)",
                           at, *decode::quadletAt(rom.rom, at), *decode::quadletAt(built, at));
-    return format("its blocks in canonical order run to %zXh, past its end", built.size());
+    return format("its description runs to %zXh, past its end", built.size());
 }
 
 } // namespace
@@ -459,7 +554,7 @@ std::vector<uint8_t> buildRom(const std::string& description, std::string& error
     } catch (const YAML::Exception& failure) {
         error = format("line %d: ", failure.mark.line + 1) + failure.msg;
         return {};
-    } catch (const DescriptionError& failure) {
+    } catch (const std::runtime_error& failure) {
         error = failure.what();
         return {};
     }
@@ -475,20 +570,18 @@ std::string describeRom(const decode::DecodedRom& rom, std::string& refusal) {
         refusal = "the ROM holds no quadlet";
         return {};
     }
-    std::string text = Describer(rom).text();
+    // In canonical layout if it is, else with every block where it stands.
     std::string error;
-    std::vector<uint8_t> built = buildRom(text, error);
-    // Quadlets after the last block are kept as they stand.
-    if (error.empty() && built.size() < rom.rom.size()) {
-        text += "trailing: " +
-                quadletList(std::vector<uint8_t>(rom.rom.begin() + built.size(), rom.rom.end())) +
-                "\n";
+    std::vector<uint8_t> built;
+    for (const bool explicitLayout : {false, true}) {
+        const std::string text = Describer(rom, explicitLayout).text();
+        error.clear();
         built = buildRom(text, error);
+        if (built == rom.rom)
+            return text;
     }
-    if (built == rom.rom)
-        return text;
     refusal = "its description would not build the same bytes: " +
-              (error.empty() ? whyNotCanonical(rom, built) : error);
+              (error.empty() ? whyNotFaithful(rom, built) : error);
     return {};
 }
 
