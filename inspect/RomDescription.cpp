@@ -34,6 +34,9 @@ constexpr BusField busFields[] = {
     {"pmc", 27, 1},       {"cyc_clk_acc", 16, 8}, {"max_rec", 12, 4}, {"max_rom", 8, 2},
     {"generation", 4, 4}, {"link_spd", 0, 3},
 };
+// The bits of the bus options that no field holds, set only by "reserved".
+constexpr uint32_t ReservedBusOptions = 0x07000C08;
+constexpr uint32_t BusName1394 = 0x31333934;
 
 // ---- building
 
@@ -232,16 +235,39 @@ private:
         return info ? info : YAML::Node(YAML::NodeType::Map);
     }
 
+    // The bus name: up to four characters, or its quadlet as a number ("0x31333934").
+    static uint32_t busName(const YAML::Node& node) {
+        const std::string name = node.Scalar();
+        if (node.Tag() == "?" && name.rfind("0x", 0) == 0)
+            return static_cast<uint32_t>(numberOf(node, 0xFFFFFFFF, "bus_name"));
+        if (name.size() > 4)
+            throw DescriptionError(node, "bus_name has at most 4 characters");
+        uint32_t quadlet = 0;
+        for (size_t i = 0; i < 4; ++i)
+            quadlet = quadlet << 8 | (i < name.size() ? static_cast<uint8_t>(name[i]) : 0);
+        return quadlet;
+    }
+
+    static uint32_t reservedBits(const YAML::Node& node) {
+        const auto bits = static_cast<uint32_t>(numberOf(node, 0xFFFFFFFF, "reserved"));
+        if (bits & ~ReservedBusOptions)
+            throw DescriptionError(node, format("reserved: %08Xh holds bits of named fields; the "
+                                                "reserved bits are %08Xh",
+                                                bits, ReservedBusOptions));
+        return bits;
+    }
+
     void busInfo() {
-        std::string name = "1394";
+        rom_[1] = BusName1394;
         uint32_t options = 0;
         for (const auto& item : busInfoNode()) {
             const std::string field = item.first.Scalar();
-            if (field == "bus_name" && item.second.Scalar().size() > 4)
-                throw DescriptionError(item.second, "bus_name has at most 4 characters");
             if (field == "bus_name")
-                name = item.second.Scalar();
-            if (field == "bus_name" || field == "crc_length" || field == "crc")
+                rom_[1] = busName(item.second);
+            if (field == "reserved")
+                options |= reservedBits(item.second);
+            if (field == "bus_name" || field == "reserved" || field == "crc_length" ||
+                field == "crc")
                 continue;
             const BusField* known = nullptr;
             for (const BusField& busField : busFields)
@@ -252,8 +278,6 @@ private:
             options |= static_cast<uint32_t>(numberOf(item.second, (1u << known->width) - 1, field))
                        << known->shift;
         }
-        for (size_t i = 0; i < 4; ++i)
-            rom_[1] = rom_[1] << 8 | (i < name.size() ? static_cast<uint8_t>(name[i]) : 0);
         rom_[2] = options;
         if (!document_["guid"])
             throw DescriptionError(document_, "the description has no guid");
@@ -383,7 +407,7 @@ public:
         busInfo(first);
         if (const std::string crc = wrongCrc(decode::RootDirectoryOffset); !crc.empty())
             out_ += "root_crc: " + crc + "\n";
-        out_ += "root:\n";
+        out_ += rom_.root.empty() ? "root: []\n" : "root:\n";
         entries(rom_.root, 2);
         unreferenced();
         return out_;
@@ -392,14 +416,18 @@ public:
 private:
     void busInfo(uint32_t first) {
         out_ += "bus_info:\n";
-        if (rom_.rom.size() >= 8)
-            out_ +=
-                "  bus_name: " + quoted(std::string(rom_.rom.begin() + 4, rom_.rom.begin() + 8)) +
+        const std::string name(rom_.rom.begin() + 4,
+                               rom_.rom.begin() + std::min<size_t>(8, rom_.rom.size()));
+        out_ += "  bus_name: " +
+                (printable(name) ? quoted(name)
+                                 : format("0x%08X", decode::quadletAt(rom_.rom, 4).value_or(0))) +
                 "\n";
         const uint32_t options = decode::quadletAt(rom_.rom, 8).value_or(0);
         for (const BusField& field : busFields)
             out_ += format("  %s: %u\n", field.name,
                            options >> field.shift & ((1u << field.width) - 1));
+        if (options & ReservedBusOptions)
+            out_ += format("  reserved: 0x%08X\n", options & ReservedBusOptions);
         if ((first >> 16 & 0xFF) != InfoLength)
             out_ += format("  crc_length: %u\n", first >> 16 & 0xFF);
         if (const std::string crc = wrongCrc(0); !crc.empty())
@@ -533,6 +561,8 @@ private:
 
 // Why a ROM's description does not build it.
 std::string whyNotFaithful(const decode::DecodedRom& rom, const std::vector<uint8_t>& built) {
+    if (rom.rom.size() % 4 != 0)
+        return format("its %zu bytes are not a whole number of quadlets", rom.rom.size());
     for (const decode::RomBlock& block : rom.blocks)
         if (!block.complete() && block.kind != decode::BlockKind::BusInfo)
             return format("the block at %Xh runs past the end of the ROM", block.offset);
