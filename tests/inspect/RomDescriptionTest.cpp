@@ -46,6 +46,9 @@ TEST(RomDescription, DescribeThenBuildGivesBackEveryRomByteForByte) {
     const RomLayout layout = twoUnits();
     auto trailing = layout.image();
     trailing.insert(trailing.end(), {0xDE, 0xAD, 0xBE, 0xEF});
+    auto oddBus = layout.image();
+    oddBus[6] = 0x05;   // bus name "13\x054"
+    oddBus[10] |= 0x04; // a reserved bus option bit
     auto past = layout.image();
     past[1] = 0xFF; // crc_length 255, and the CRC can no longer be known
     // Depth first: the first unit's blocks before the second unit.
@@ -71,6 +74,7 @@ TEST(RomDescription, DescribeThenBuildGivesBackEveryRomByteForByte) {
         {"leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(5))},
         {"trailing", trailing},
         {"crc_length past the end", past},
+        {"odd bus name and options", oddBus},
         {"depth first", depthFirst.image()},
         {"gap", gap.image()},
         {"shared", rombus_test::deepDoublingRom()},
@@ -79,7 +83,7 @@ TEST(RomDescription, DescribeThenBuildGivesBackEveryRomByteForByte) {
         if (file.path().extension() == ".hex")
             roms.emplace_back(file.path().filename(),
                               lib1394::readImageFile(file.path().string()).rom);
-    EXPECT_GE(roms.size(), 17u);
+    EXPECT_GE(roms.size(), 18u);
     for (const auto& [name, rom] : roms) {
         std::string why;
         EXPECT_EQ(roundTrip(rom, why), rom) << name << ": " << why;
