@@ -96,13 +96,27 @@ struct Entry {
     }
 };
 
-std::vector<Entry> entriesOf(const YAML::Node& list);
+// The quadlets the entries read so far take: a ROM holds 256 at most, so that neither aliases
+// that refer to themselves nor directories nested without end can take the reader further.
+struct Budget {
+    size_t spent = 0;
+
+    void spend(const YAML::Node& node, size_t quadlets) {
+        spent += quadlets;
+        if (spent > MaxQuadlets)
+            throw DescriptionError(node, "the ROM would hold more than 256 quadlets");
+    }
+};
+
+std::vector<Entry> entriesOf(const YAML::Node& list, Budget& budget);
 
 std::vector<uint32_t> leafOf(const YAML::Node& value) {
     if (value.IsScalar())
         return textLeaf(value.Scalar());
     if (!value.IsSequence())
         throw DescriptionError(value, "a leaf is a text or a list of quadlets");
+    if (value.size() > MaxQuadlets)
+        throw DescriptionError(value, "the ROM would hold more than 256 quadlets");
     std::vector<uint32_t> body;
     for (const YAML::Node& quadlet : value)
         body.push_back(static_cast<uint32_t>(numberOf(quadlet, 0xFFFFFFFF, "a leaf quadlet")));
@@ -117,7 +131,7 @@ std::optional<uint16_t> crcOf(const YAML::Node& node) {
 
 // A block written out as a map: where it stands, its crc, and its entries, text or quadlets;
 // or, as {value: N}, an entry that refers to a block described elsewhere or outside the ROM.
-void blockOf(const YAML::Node& block, Entry& entry) {
+void blockOf(const YAML::Node& block, Entry& entry, Budget& budget) {
     for (const auto& item : block) {
         const std::string name = item.first.Scalar();
         if (name != "at" && name != "crc" && name != "entries" && name != "text" &&
@@ -136,8 +150,8 @@ void blockOf(const YAML::Node& block, Entry& entry) {
                                format("at %Xh is not the offset of a quadlet", *entry.at));
     entry.crc = crcOf(block["crc"]);
     if (entry.type() == DirectoryType)
-        entry.children =
-            entriesOf(block["entries"] ? block["entries"] : YAML::Node(YAML::NodeType::Sequence));
+        entry.children = entriesOf(
+            block["entries"] ? block["entries"] : YAML::Node(YAML::NodeType::Sequence), budget);
     else
         entry.leaf = leafOf(block["text"]       ? block["text"]
                             : block["quadlets"] ? block["quadlets"]
@@ -145,7 +159,7 @@ void blockOf(const YAML::Node& block, Entry& entry) {
 }
 
 // An entry is a map of one key to its value: "vendor: 0x00A02D".
-Entry entryOf(const YAML::Node& node) {
+Entry entryOf(const YAML::Node& node, Budget& budget) {
     if (!node.IsMap() || node.size() != 1)
         throw DescriptionError(node, "an entry is one key and its value, \"vendor: 0x00A02D\"");
     const auto item = *node.begin();
@@ -157,22 +171,28 @@ Entry entryOf(const YAML::Node& node) {
     entry.key = *key;
     entry.line = node.Mark().line + 1;
     if (entry.type() >= LeafType && item.second.IsMap())
-        blockOf(item.second, entry);
+        blockOf(item.second, entry, budget);
     else if (entry.type() == DirectoryType)
-        entry.children = entriesOf(item.second);
+        entry.children = entriesOf(item.second, budget);
     else if (entry.type() == LeafType)
         entry.leaf = leafOf(item.second);
     else
         entry.value = static_cast<uint32_t>(numberOf(item.second, MaxValue, keyToken(*key)));
+    if (entry.type() == LeafType && !entry.raw)
+        budget.spend(item.second, 1 + entry.leaf.size());
     return entry;
 }
 
-std::vector<Entry> entriesOf(const YAML::Node& list) {
+// A directory's entries, its header and entries spent from the budget as they are read.
+std::vector<Entry> entriesOf(const YAML::Node& list, Budget& budget) {
     if (!list.IsSequence())
         throw DescriptionError(list, "a directory is a list of entries");
+    budget.spend(list, 1);
     std::vector<Entry> entries;
-    for (const YAML::Node& node : list)
-        entries.push_back(entryOf(node));
+    for (const YAML::Node& node : list) {
+        budget.spend(node, 1);
+        entries.push_back(entryOf(node, budget));
+    }
     return entries;
 }
 
@@ -197,7 +217,8 @@ public:
         busInfo();
         if (!document_["root"])
             throw DescriptionError(document_, "the description has no root directory");
-        const std::vector<Entry> root = entriesOf(document_["root"]);
+        Budget budget{BusInfoQuadlets};
+        const std::vector<Entry> root = entriesOf(document_["root"], budget);
         layOut(root);
         uint32_t crcLength = InfoLength;
         const YAML::Node given = busInfoNode()["crc_length"];

@@ -133,6 +133,11 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
          "line 4: the block at 18h is not after its entry at 1Ch; an entry refers only forward"},
         {"guid: 1\nroot: []\nunreferenced: {0x22: [1]}\n",
          "line 3: 22h is not the offset of a quadlet"},
+        // An alias that holds itself, and a leaf too long for a ROM.
+        {"guid: 1\nroot:\n  - unit: &loop [{unit: *loop}]\n",
+         "line 3: the ROM would hold more than 256 quadlets"},
+        {"guid: 1\nroot:\n  - descriptor: \"" + std::string(1100, 'x') + "\"\n",
+         "line 3: the ROM would hold more than 256 quadlets"},
         {"guid: 1\nroot:\n  - vendor: [1\n", "line 4: end of sequence flow not found"},
         {"guid: 1\nbus_info:\n  crc_length: 9\nroot: []\n",
          "line 3: crc_length 9 runs past the ROM's 6 quadlets"},
