@@ -28,6 +28,10 @@ struct RomEntry {
     std::optional<std::string> text;
     // A keyword leaf (key 99h): its keywords, each ASCII up to a NUL.
     std::optional<std::vector<std::string>> keywords;
+    // Where it stands in the tree, "root/unit[0]/model": the directories from the root, then
+    // the key's name (inspect/KeyNames.h), with the index among the entries of that key before
+    // it in [] when it is not the first, and always for a directory.
+    std::string path;
 
     unsigned type() const { return key >> 6; }
     unsigned keyId() const { return key & 0x3Fu; }

@@ -1,5 +1,6 @@
 #include "lib1394/ImageFile.h"
 
+#include "lib1394/DumpText.h"
 #include "lib1394/RegularFile.h"
 
 #include <algorithm>
@@ -174,6 +175,8 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
     const std::string spoilt = spoiltText(content);
     if (!spoilt.empty())
         return failure(name, spoilt);
+    if (!looksBinary(content) && isDumpText(content))
+        return decodeDumpText(name, content);
     ImageFile image =
         looksBinary(content) ? decodeBinary(name, content) : decodeText(name, content);
     if (image.ok() && !toBusOrder(image.rom, order))

@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include "RomCommands.h"
 #include "inspect/Registry.h"
 
 #include <CLI/CLI.hpp>
@@ -36,8 +37,9 @@ const char* const checkFooter =
     "an image from standard input. Forms: raw binary in bus order; raw binary in\n"
     "little-endian quadlets (a copy of a sysfs config_rom, found by its signature or\n"
     "named with --byte-order le); hex text of 32-bit quadlets separated by blanks or\n"
-    "commas, optional 0x, comments from # or // to the end of the line. At most 1024\n"
-    "bytes (256 quadlets) each.\n";
+    "commas, optional 0x, comments from # or // to the end of the line; an annotated dump\n"
+    "(the output of -x, or lines of an offset or CSR address, then a quadlet). At most\n"
+    "1024 bytes (256 quadlets) each.\n";
 
 std::string importFooter() {
     return "Turns the IEEE registry of Debian's ieee-data into the vendor registry the tool\n"
@@ -154,6 +156,8 @@ int parseOptions(int argc, char** argv, Options& options) {
     addScan(app, options);
     addCheck(app, options);
     addRegistry(app, options);
+    for (const RomCommand add : romCommands)
+        add(app, options);
     // Set last, so that the commands keep footers of their own.
     app.footer(mainFooter());
     try {

@@ -31,6 +31,13 @@ struct Options {
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
     std::string importFrom; // empty: the ieee-data registry
     std::string importTo;   // empty: standard output
+    // The commands over ROM images (diff, repair, describe, build), each in a file of its own.
+    int (*run)(const Options&) = nullptr;
+    std::string output;        // repair, build: the file to write
+    bool inPlace = false;      // repair: write over the input
+    bool fixCrcLength = false; // repair: crc_length to cover the whole ROM
+    std::string outputForm;    // repair, build: be, le or hex
+    bool layout = false;       // diff: also the blocks that moved
 };
 
 // Parses the command line. Returns -1 when the command is to run, otherwise the status to exit

@@ -1,5 +1,6 @@
 // rombus: reads the Configuration ROMs of IEEE 1394 nodes, from the machine's buses or from image
 // files, through the libRombus module, and prints the device tree and the problems found.
+#include "CommandIo.h"
 #include "JsonReport.h"
 #include "Listing.h"
 #include "Options.h"
@@ -25,11 +26,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace rombus;
 
-// A message of the tool's own on standard error; the paths it names are shown escaped.
-void complain(const std::string& text) {
-    std::fprintf(stderr, "rombus: %s\n", escaped(text, false).c_str());
-}
-
 // The registry to read: the one given, which must be readable, or the one built with the tool.
 bool chooseRegistry(const Options& options, std::string& path) {
     std::error_code error;
@@ -50,18 +46,6 @@ bool chooseRegistry(const Options& options, std::string& path) {
                  "'rombus registry import -o " +
                  path + "')");
     return true;
-}
-
-// Writes the whole text to standard output; false, with a message, when it cannot (a full
-// disk, a closed pipe): a report that did not arrive must not pass for a clean one.
-bool writeOut(const std::string& text) {
-    errno = 0;
-    const bool written =
-        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
-    if (!written)
-        complain(std::string("standard output cannot be written: ") +
-                 (errno ? std::strerror(errno) : "unknown error"));
-    return written;
 }
 
 int report(const Inspection& inspection, const Options& options, const std::string& emptyText) {
@@ -106,13 +90,6 @@ int runScan(const Options& options) {
     return problems.empty() ? status : ExitUsage;
 }
 
-// An image file, or standard input for "-".
-lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order) {
-    if (path == "-")
-        return lib1394::readImageStream("standard input", stdin, order);
-    return lib1394::readImageFile(path, order);
-}
-
 int runCheck(const Options& options) {
     std::string registry;
     if (!chooseRegistry(options, registry))
@@ -151,14 +128,7 @@ int runImport(const Options& options) {
     const fs::path parent = fs::path(options.importTo).parent_path();
     if (!parent.empty())
         fs::create_directories(parent, fsError);
-    std::ofstream out(options.importTo, std::ios::binary | std::ios::trunc);
-    out << registry;
-    out.close();
-    if (!out) {
-        complain(options.importTo + ": cannot be written");
-        return ExitUsage;
-    }
-    return ExitClean;
+    return writeFile(options.importTo, registry) ? ExitClean : ExitUsage;
 }
 
 } // namespace
@@ -170,6 +140,8 @@ int main(int argc, char** argv) {
     const int status = parseOptions(argc, argv, options);
     if (status >= 0)
         return status;
+    if (options.run)
+        return options.run(options);
     switch (options.command) {
     case Command::RegistryImport:
         return runImport(options);

@@ -1,0 +1,76 @@
+#include "CommandIo.h"
+
+#include "Options.h"
+#include "Text.h"
+#include "inspect/Format.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+namespace rombus {
+
+void complain(const std::string& text) {
+    std::fprintf(stderr, "rombus: %s\n", escaped(text, false).c_str());
+}
+
+bool writeOut(const std::string& text) {
+    errno = 0;
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+    if (!written)
+        complain(std::string("standard output cannot be written: ") +
+                 (errno ? std::strerror(errno) : "unknown error"));
+    return written;
+}
+
+lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order) {
+    if (path == "-")
+        return lib1394::readImageStream("standard input", stdin, order);
+    return lib1394::readImageFile(path, order);
+}
+
+bool writeFile(const std::string& path, const std::string& content) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << content;
+    out.close();
+    if (!out)
+        complain(path + ": cannot be written");
+    return static_cast<bool>(out);
+}
+
+void addOutputOptions(CLI::App& command, Options& options, bool outputRequired) {
+    command.add_option("-o,--output", options.output, "ROM file to write; - for standard output")
+        ->type_name("OUT")
+        ->required(outputRequired);
+    options.outputForm = "be";
+    command
+        .add_option("--output-form", options.outputForm,
+                    "Form of the ROM written: be (binary, bus order; the default), le (binary,\n"
+                    "little-endian quadlets) or hex (text, one quadlet a line)")
+        ->type_name("be|le|hex")
+        ->check(CLI::IsMember({"be", "le", "hex"}).description(""));
+}
+
+std::string romInForm(const std::vector<uint8_t>& rom, const std::string& form) {
+    std::string out;
+    for (size_t at = 0; at + 4 <= rom.size(); at += 4) {
+        const uint32_t quadlet = uint32_t{rom[at]} << 24 | uint32_t{rom[at + 1]} << 16 |
+                                 uint32_t{rom[at + 2]} << 8 | rom[at + 3];
+        if (form == "hex")
+            out += format("%08X\n", quadlet);
+        else if (form == "le")
+            out += {static_cast<char>(quadlet), static_cast<char>(quadlet >> 8),
+                    static_cast<char>(quadlet >> 16), static_cast<char>(quadlet >> 24)};
+        else
+            out.append(reinterpret_cast<const char*>(rom.data() + at), 4);
+    }
+    return out;
+}
+
+bool writeRom(const std::string& path, const std::string& content) {
+    return path == "-" ? writeOut(content) : writeFile(path, content);
+}
+
+} // namespace rombus
