@@ -1,8 +1,8 @@
 #include "inspect/Advisories.h"
 
+#include "inspect/Explanations.h"
 #include "inspect/Format.h"
 #include "inspect/Records.h"
-#include "inspect/UnitTypes.h"
 
 #include <set>
 
@@ -15,18 +15,8 @@ using decode::RomBlock;
 using decode::RomEntry;
 
 constexpr uint8_t Eui64Key = 0x8D;
-constexpr uint8_t DependentDirectoryKey = 0xD4;
-
-const char* blockName(const RomBlock& block) {
-    switch (block.kind) {
-    case BlockKind::BusInfo:
-        return "the bus information block";
-    case BlockKind::Directory:
-        return "the directory";
-    default:
-        return "the leaf";
-    }
-}
+constexpr unsigned CheckingLevel = 2; // the CRC level at which the module stops at a wrong CRC
+constexpr unsigned MaxCycleClockAccuracy = 100;
 
 // The blocks whose CRC the module checked and found wrong: its records give the offset of the
 // first quadlet each CRC covers.
@@ -39,9 +29,26 @@ std::set<uint32_t> checkedBlocks(const libRombus::Messages& records) {
     return blocks;
 }
 
-void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records,
+// A wrong CRC the module did not record: at --crc-level 2 it did not read the block (it stops
+// below the first wrong CRC it finds); at a lower level it checked the block and recorded no
+// problem for it (a directory or leaf at levels 0 and 1, the bus information block at level 0).
+// A cause every wrong CRC shares is said once for the ROM, not per block.
+std::string uncheckedText(const DecodedRom& decoded, const RomBlock& block, unsigned crcLevel,
+                          bool sharedCause) {
+    std::string text = format("the CRC %04Xh of %s at %Xh is wrong, it should be %04Xh; ",
+                              block.storedCrc, blockName(block), block.offset, block.crc);
+    text += crcLevel >= CheckingLevel
+                ? std::string("the module did not read this block")
+                : format("the module checked it and records no problem for it at --crc-level %u",
+                         crcLevel);
+    const CrcCause cause = crcCauseOf(decoded, block);
+    return cause.known() && !sharedCause ? text + ". Cause: " + cause.text : text;
+}
+
+void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records, unsigned crcLevel,
                    std::vector<Advisory>& out) {
     const std::set<uint32_t> checked = checkedBlocks(records);
+    const bool sharedCause = !sharedCrcCause(decoded).empty();
     for (const RomBlock& block : decoded.blocks) {
         if (!block.complete())
             out.push_back(
@@ -56,9 +63,31 @@ void crcAdvisories(const DecodedRom& decoded, const libRombus::Messages& records
                                   block.storedCrc, blockName(block), block.offset, block.crc)});
         else if (!block.crcOk() && !checked.count(block.offset))
             out.push_back({block.offset, "unchecked-crc",
-                           format("the CRC %04Xh of %s at %Xh is wrong, it should be %04Xh; the "
-                                  "module did not check it",
-                                  block.storedCrc, blockName(block), block.offset, block.crc)});
+                           uncheckedText(decoded, block, crcLevel, sharedCause)});
+    }
+}
+
+// A block's end: the offset after the last quadlet its header declares.
+uint64_t endOf(const RomBlock& block) {
+    return block.offset + 4 * (uint64_t{block.declared} + 1);
+}
+
+// Directories and leaves whose declared length runs into the next block, which then has two
+// meanings.
+void overlapAdvisories(const DecodedRom& decoded, std::vector<Advisory>& out) {
+    const RomBlock* previous = nullptr;
+    for (const RomBlock& block : decoded.blocks) {
+        if (block.kind == BlockKind::BusInfo)
+            continue;
+        if (previous && endOf(*previous) > block.offset)
+            out.push_back({block.offset, "block-overlap",
+                           format("%s at %Xh declares %u quadlets, up to %llXh: %s at %Xh lies "
+                                  "inside it, so its quadlets have two meanings",
+                                  blockName(*previous), previous->offset, previous->declared,
+                                  static_cast<unsigned long long>(endOf(*previous)),
+                                  blockName(block), block.offset)});
+        if (!previous || endOf(block) > endOf(*previous))
+            previous = &block;
     }
 }
 
@@ -95,8 +124,11 @@ void busOptionAdvisories(const DecodedRom& decoded, std::vector<Advisory>& out) 
     };
     if (*quadlet & 0x07000C08)
         flag(format("reserved bits of the bus options are set (%08Xh)", *quadlet & 0x07000C08));
-    if (options->cycClkAcc > 100)
-        flag(format("cyc_clk_acc %u is not an accuracy: 0 to 100 ppm are defined",
+    // The accuracy means something only on a node that can be cycle master, whose clock IEEE 1394
+    // holds within 100 ppm.
+    if (options->cmc && options->cycClkAcc > MaxCycleClockAccuracy)
+        flag(format("cyc_clk_acc %u on a cycle master capable node (cmc 1): IEEE 1394 holds a "
+                    "cycle master's clock within 100 ppm, so 0 to 100 are its values",
                     options->cycClkAcc));
     if (options->maxRec == 0 || options->maxRec > 13)
         flag(format("max_rec %u is reserved: 1 to 13 (4 to 16384 bytes) are defined",
@@ -108,74 +140,28 @@ void busOptionAdvisories(const DecodedRom& decoded, std::vector<Advisory>& out) 
                     options->linkSpeed));
 }
 
-// Entries of a unit-dependent directory that the IEEE 1212 rules refuse where a unit
-// architecture puts them, for the versions first to last of the architecture.
-struct ArchitectureEntry {
-    uint32_t specifierId;
-    uint32_t firstVersion, lastVersion;
-    uint8_t key;
-    const char* name;
-};
-
-// The IIDC standard for 1394-based digital cameras, versions 1.04 to 1.30: the camera's register
-// base as a CSR offset, and its model name leaf under key 82h.
-const ArchitectureEntry architectureEntries[] = {
-    {0x00A02D, 0x000100, 0x000102, 0x40, "command_regs_base"},
-    {0x00A02D, 0x000100, 0x000102, 0x82, "model_name_leaf"},
-};
-
-// The directories the module refused an entry of, by the ROM offset of their headers.
-std::set<uint32_t> refusedDirectories(const libRombus::Messages& records) {
-    std::set<uint32_t> directories;
-    for (const auto& record : records)
-        if (recordId(record) == "DirectoryEntryNotPermitted")
-            if (const auto offset = recordOffset(record, "dir_name"))
-                directories.insert(*offset);
-    return directories;
-}
-
-void architectureAdvisories(const DecodedRom& decoded, const libRombus::Messages& records,
-                            std::vector<Advisory>& out) {
-    const std::set<uint32_t> refused = refusedDirectories(records);
-    for (const decode::UnitIds& unit : decoded.units) {
-        const char* protocol = decode::unitProtocol(unit.specifier, unit.version);
-        for (const RomEntry& entry : decoded.root) {
-            if (entry.target != unit.directory)
-                continue;
-            for (const RomEntry& dependent : entry.children) {
-                if (dependent.key != DependentDirectoryKey ||
-                    !refused.count(dependent.target.value_or(0)))
-                    continue;
-                for (const RomEntry& refusedEntry : dependent.children)
-                    for (const ArchitectureEntry& known : architectureEntries)
-                        if (known.specifierId == unit.specifier &&
-                            unit.version >= known.firstVersion &&
-                            unit.version <= known.lastVersion && known.key == refusedEntry.key)
-                            out.push_back({refusedEntry.offset, "architecture-entry",
-                                           format("key %02Xh is %s, defined by %s", known.key,
-                                                  known.name, protocol)});
-            }
-        }
-    }
-}
-
 } // namespace
 
+const char* severityName(Severity severity) {
+    return severity == Severity::Advisory ? "advisory" : "note";
+}
+
 std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded, const lib1394::RomNode& node,
-                                   const libRombus::Messages& records) {
+                                   const libRombus::Messages& records, unsigned crcLevel) {
     std::vector<Advisory> out;
     if (decoded.rom.size() < 4)
         return out;
-    crcAdvisories(decoded, records, out);
+    crcAdvisories(decoded, records, crcLevel, out);
+    overlapAdvisories(decoded, out);
     findEui64(decoded, decoded.root, out);
     const uint64_t romGuid = guidAt(decoded, 12);
     if (node.guid != 0 && romGuid != 0 && node.guid != romGuid)
         out.push_back({12, "sysfs-guid-mismatch",
                        format("the guid file says %016llX; the ROM's GUID is %016llX",
                               static_cast<unsigned long long>(node.guid),
-                              static_cast<unsigned long long>(romGuid))});
+                              static_cast<unsigned long long>(romGuid)),
+                       Severity::Note});
     busOptionAdvisories(decoded, out);
-    architectureAdvisories(decoded, records, out);
     return out;
 }
 

@@ -1,5 +1,7 @@
 #include "inspect/Inspection.h"
 
+#include "inspect/BusAdvisories.h"
+
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394SysInfo.h"
 #include "vesk5/SysInfoModule.h"
@@ -88,7 +90,7 @@ void attachDevices(Inspection& inspection) {
 // The nodes in the order of the records, each placed on its port by the bus's list of ports.
 std::vector<NodeView> viewsOf(const zul::Array<libRombus::lib1394_enum_log>& records,
                               const std::vector<lib1394::RomPort>& ports,
-                              const std::vector<Failure>& failures) {
+                              const std::vector<Failure>& failures, const Settings& settings) {
     std::vector<NodeView> views;
     unsigned port = 0;
     unsigned physicalId = 0;
@@ -109,7 +111,11 @@ std::vector<NodeView> viewsOf(const zul::Array<libRombus::lib1394_enum_log>& rec
         view.stopped = stopOf(view);
         view.decoded = decode::decodeRom(view.source ? view.source->rom : std::vector<uint8_t>());
         if (view.source)
-            view.advisories = advisoriesOf(view.decoded, *view.source, view.records);
+            view.advisories =
+                advisoriesOf(view.decoded, *view.source, view.records, settings.crcLevel);
+        view.explanations =
+            explainRecords(view.decoded, view.records, view.source && isKernelCopy(*view.source));
+        view.beyondVerdict = !view.decoded.root.empty() && stoppedAtBusInfo(view.records);
         views.push_back(std::move(view));
         ++physicalId;
     }
@@ -161,8 +167,9 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
     inspection.devices =
         std::vector<vesk5::SysInfoDevice>(vesk5::SysInfoModule::publishedDevices());
     inspection.reports = vesk5::DiagModule::reports();
-    inspection.nodes = viewsOf(records, bus->ports(), failures);
+    inspection.nodes = viewsOf(records, bus->ports(), failures, settings);
     attachDevices(inspection);
+    addBusAdvisories(inspection.nodes);
 
     zul::LogFactory::setSink(nullptr);
     lib1394::ConfigROMContext::installBus(nullptr);
@@ -181,8 +188,11 @@ bool isClean(const Inspection& inspection) {
 }
 
 bool hasAdvisories(const Inspection& inspection) {
-    return std::any_of(inspection.nodes.begin(), inspection.nodes.end(),
-                       [](const NodeView& node) { return !node.advisories.empty(); });
+    return std::any_of(inspection.nodes.begin(), inspection.nodes.end(), [](const NodeView& node) {
+        return std::any_of(
+            node.advisories.begin(), node.advisories.end(),
+            [](const Advisory& advisory) { return advisory.severity == Severity::Advisory; });
+    });
 }
 
 } // namespace rombus

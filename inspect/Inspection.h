@@ -51,7 +51,7 @@ bool hasProblems(const Inspection& inspection);
 // Whether nodes were found and every one was read without a problem: no bus, or a bus without
 // a node, is not clean, nor is it a problem of a node.
 bool isClean(const Inspection& inspection);
-// Whether the decoder found anything the module does not report.
+// Whether the decoder found a likely bug the module does not report (notes do not count).
 bool hasAdvisories(const Inspection& inspection);
 
 } // namespace rombus

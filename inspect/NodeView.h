@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspect/Advisories.h"
+#include "inspect/Explanations.h"
 #include "inspect/NodeDevices.h"
 #include "inspect/RomDecoder.h"
 #include "lib1394/RomImageBus.h"
@@ -36,6 +37,10 @@ struct NodeView {
     std::optional<lib1394::Budget> stopped; // what its reading ran out of, if it did
     decode::DecodedRom decoded;
     std::vector<Advisory> advisories;
+    // What each record means in the ROM, one per record in the same order.
+    std::vector<Explanation> explanations;
+    // The module stopped at the bus information block: the decoded ROM is all there is to show.
+    bool beyondVerdict = false;
     // The node's device among the inspection's devices, and the devices of its ROM's entries,
     // published just before it.
     std::optional<size_t> device;

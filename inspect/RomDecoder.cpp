@@ -1,5 +1,7 @@
 #include "inspect/RomDecoder.h"
 
+#include "inspect/KeyNames.h"
+
 #include <algorithm>
 #include <map>
 
@@ -7,6 +9,7 @@ namespace rombus::decode {
 namespace {
 
 constexpr unsigned LeafType = 2;
+constexpr unsigned DirectoryType = 3;
 constexpr uint8_t MinimalInfoLength = 1;
 
 uint32_t reversed(uint32_t quadlet) {
@@ -48,6 +51,19 @@ void collect(const std::vector<uint8_t>& rom, const std::vector<RomEntry>& entri
     }
 }
 
+// Gives each entry its path below the directory at parent.
+void namePaths(std::vector<RomEntry>& entries, const std::string& parent) {
+    std::map<std::string, unsigned> seen;
+    for (RomEntry& entry : entries) {
+        const std::string name = rombus::keyToken(entry.key);
+        const unsigned index = seen[name]++;
+        entry.path = parent + "/" + name;
+        if (index > 0 || entry.type() == DirectoryType)
+            entry.path += "[" + std::to_string(index) + "]";
+        namePaths(entry.children, entry.path);
+    }
+}
+
 } // namespace
 
 uint16_t crc16(const std::vector<uint32_t>& quadlets) {
@@ -79,6 +95,7 @@ DecodedRom decodeRom(const std::vector<uint8_t>& rom) {
         blocks.emplace(RootDirectoryOffset, root);
     }
     decoded.root = walkRoot(rom);
+    namePaths(decoded.root, "root");
     decoded.units = unitsOf(rom);
     collect(rom, decoded.root, blocks);
     for (const auto& [offset, block] : blocks)

@@ -1,5 +1,6 @@
 #include "inspect/RomWalk.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <set>
 
@@ -9,13 +10,20 @@ namespace {
 enum KeyType : unsigned { Immediate = 0, CsrOffset = 1, Leaf = 2, Directory = 3 };
 enum KeyId : unsigned {
     DescriptorId = 0x01,
+    BusDependentInfoId = 0x02,
     VendorId = 0x03,
     UnitId = 0x11,
     SpecifierId = 0x12,
     VersionId = 0x13,
     ModelId = 0x17,
+    KeywordId = 0x19,
 };
 constexpr uint8_t UnitDirectoryKey = 0xD1;
+constexpr uint8_t InstanceDirectoryKey = 0xD8;
+constexpr uint8_t VendorDirectoryKey = 0xC3;
+// IIDC's unit-dependent directory (key D4h) holds its model name in a leaf of key 82h, laid out
+// as a textual descriptor; IEEE 1212 gives key id 02h no meaning of its own there.
+constexpr uint8_t DependentDirectoryKey = 0xD4;
 // How deep directories may nest: as many levels as a ROM has quadlets. Each block is read once,
 // and a directory takes at least one quadlet, so no ROM of the largest size is ever cut; the
 // bound only keeps a larger image from nesting the walk without end.
@@ -42,15 +50,36 @@ std::optional<std::string> leafText(const std::vector<uint8_t>& rom, uint32_t of
     return text;
 }
 
+// The keywords of a keyword leaf: ASCII strings, each ended by a NUL, padded with NULs.
+std::vector<std::string> leafKeywords(const std::vector<uint8_t>& rom, uint32_t offset) {
+    std::vector<std::string> keywords(1);
+    const uint32_t end = offset + 4 + 4 * availableLength(rom, offset);
+    for (uint32_t at = offset + 4; at < end; ++at) {
+        if (rom[at] != 0)
+            keywords.back() += static_cast<char>(rom[at]);
+        else if (!keywords.back().empty())
+            keywords.emplace_back();
+    }
+    if (keywords.back().empty())
+        keywords.pop_back();
+    return keywords;
+}
+
+bool isTextLeaf(uint8_t key, uint8_t directoryKey) {
+    const unsigned id = key & 0x3Fu;
+    return id == DescriptorId ||
+           (id == BusDependentInfoId && directoryKey == DependentDirectoryKey);
+}
+
 class Walker {
 public:
     explicit Walker(const std::vector<uint8_t>& rom) : rom_(rom) {}
 
-    std::vector<RomEntry> directory(uint32_t offset, unsigned depth) {
+    std::vector<RomEntry> directory(uint32_t offset, uint8_t directoryKey, unsigned depth) {
         std::vector<RomEntry> entries;
         const uint32_t length = availableLength(rom_, offset);
         for (uint32_t i = 0; i < length; ++i)
-            entries.push_back(entry(offset + 4 + 4 * i, depth));
+            entries.push_back(entry(offset + 4 + 4 * i, directoryKey, depth));
         return entries;
     }
 
@@ -58,7 +87,7 @@ public:
     bool firstVisit(uint32_t offset) { return seen_.insert(offset).second; }
 
 private:
-    RomEntry entry(uint32_t offset, unsigned depth) {
+    RomEntry entry(uint32_t offset, uint8_t directoryKey, unsigned depth) {
         RomEntry entry;
         const uint32_t quadlet = *quadletAt(rom_, offset);
         entry.offset = offset;
@@ -74,15 +103,34 @@ private:
         if (entry.repeated)
             return entry;
         if (entry.type() == Directory && depth < MaxDepth)
-            entry.children = directory(*entry.target, depth + 1);
-        else if (entry.type() == Leaf && entry.keyId() == DescriptorId)
+            entry.children = directory(*entry.target, entry.key, depth + 1);
+        else if (entry.type() == Leaf && isTextLeaf(entry.key, directoryKey))
             entry.text = leafText(rom_, *entry.target);
+        else if (entry.type() == Leaf && entry.keyId() == KeywordId)
+            entry.keywords = leafKeywords(rom_, *entry.target);
         return entry;
     }
 
     const std::vector<uint8_t>& rom_;
     std::set<uint32_t> seen_;
 };
+
+// The ROM offsets of a directory's entries that have a key.
+std::vector<uint32_t> entriesWithKey(const std::vector<uint8_t>& rom, uint32_t directory,
+                                     uint8_t key) {
+    std::vector<uint32_t> found;
+    const uint32_t length = availableLength(rom, directory);
+    for (uint32_t i = 0; i < length; ++i)
+        if (*quadletAt(rom, directory + 4 + 4 * i) >> 24 == key)
+            found.push_back(directory + 4 + 4 * i);
+    return found;
+}
+
+// The ROM offset an entry's value points at.
+uint32_t targetOf(const std::vector<uint8_t>& rom, uint32_t entry) {
+    return static_cast<uint32_t>(
+        std::min<uint64_t>(entry + 4 * uint64_t{*quadletAt(rom, entry) & 0xFFFFFF}, UINT32_MAX));
+}
 
 void takeIds(const std::vector<uint8_t>& rom, uint32_t offset, UnitIds& ids) {
     const uint32_t length = availableLength(rom, offset);
@@ -98,6 +146,7 @@ void takeIds(const std::vector<uint8_t>& rom, uint32_t offset, UnitIds& ids) {
             break;
         case SpecifierId:
             ids.specifier = value;
+            ids.specifierEntry = offset + 4 + 4 * i;
             break;
         case VersionId:
             ids.version = value;
@@ -118,25 +167,67 @@ std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offs
 std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom) {
     Walker walker(rom);
     walker.firstVisit(RootDirectoryOffset);
-    return walker.directory(RootDirectoryOffset, 0);
+    return walker.directory(RootDirectoryOffset, 0xC0, 0);
 }
 
 std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom) {
-    UnitIds root;
-    takeIds(rom, RootDirectoryOffset, root);
+    UnitIds base;
+    takeIds(rom, RootDirectoryOffset, base);
+    const std::vector<uint32_t> vendorDirectories =
+        entriesWithKey(rom, RootDirectoryOffset, VendorDirectoryKey);
+    if (!vendorDirectories.empty())
+        takeIds(rom, targetOf(rom, vendorDirectories.front()), base);
     std::vector<UnitIds> units;
-    const uint32_t length = availableLength(rom, RootDirectoryOffset);
-    for (uint32_t i = 0; i < length; ++i) {
-        const uint32_t offset = RootDirectoryOffset + 4 + 4 * i;
-        const uint32_t quadlet = *quadletAt(rom, offset);
-        if (quadlet >> 24 != UnitDirectoryKey)
-            continue;
-        UnitIds unit = root;
-        unit.directory = offset + 4 * (quadlet & 0xFFFFFF);
+    // A directory named again (instance directories may name the root's units, or point back
+    // at the root) is one unit, listed where it was first named.
+    auto addUnit = [&](uint32_t entry, bool kernelUnit) {
+        const uint32_t directory = targetOf(rom, entry);
+        if (!kernelUnit && std::any_of(units.begin(), units.end(), [&](const UnitIds& unit) {
+                return unit.directory == directory;
+            }))
+            return;
+        UnitIds unit = base;
+        unit.directory = directory;
+        unit.kernelUnit = kernelUnit;
         takeIds(rom, unit.directory, unit);
         units.push_back(unit);
-    }
+    };
+    for (uint32_t entry : entriesWithKey(rom, RootDirectoryOffset, UnitDirectoryKey))
+        addUnit(entry, true);
+    std::set<uint32_t> instances;
+    for (uint32_t instance : entriesWithKey(rom, RootDirectoryOffset, InstanceDirectoryKey))
+        if (instances.insert(targetOf(rom, instance)).second)
+            for (uint32_t entry : entriesWithKey(rom, targetOf(rom, instance), UnitDirectoryKey))
+                addUnit(entry, false);
     return units;
+}
+
+std::vector<std::string> textsBelow(const std::vector<RomEntry>& entries) {
+    std::vector<std::string> texts;
+    for (const RomEntry& entry : entries) {
+        if (entry.text && !entry.repeated)
+            texts.push_back(*entry.text);
+        for (std::string& text : textsBelow(entry.children))
+            texts.push_back(std::move(text));
+    }
+    return texts;
+}
+
+const RomEntry* firstWithKey(const std::vector<RomEntry>& directory, uint8_t key) {
+    for (const RomEntry& entry : directory)
+        if (entry.key == key)
+            return &entry;
+    return nullptr;
+}
+
+const RomEntry* entryAt(const std::vector<RomEntry>& entries, uint32_t target) {
+    for (const RomEntry& entry : entries) {
+        if (entry.target == target && !entry.repeated)
+            return &entry;
+        if (const RomEntry* below = entryAt(entry.children, target))
+            return below;
+    }
+    return nullptr;
 }
 
 std::string modalias(const UnitIds& unit) {

@@ -23,8 +23,15 @@ struct RomEntry {
     bool repeated = false;
     // A directory's entries.
     std::vector<RomEntry> children;
-    // A textual descriptor leaf in minimal ASCII: its text up to the first NUL.
+    // A textual descriptor leaf in minimal ASCII (or a name leaf of an IIDC unit-dependent
+    // directory, laid out alike): its text up to the first NUL.
     std::optional<std::string> text;
+    // A keyword leaf (key 99h): its keywords, each ASCII up to a NUL.
+    std::optional<std::vector<std::string>> keywords;
+    // Where it stands in the tree, "root/unit[0]/model": the directories from the root, then
+    // the key's name (inspect/KeyNames.h), with the index among the entries of that key before
+    // it in [] when it is not the first, and always for a directory.
+    std::string path;
 
     unsigned type() const { return key >> 6; }
     unsigned keyId() const { return key & 0x3Fu; }
@@ -41,12 +48,29 @@ std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom);
 struct UnitIds {
     uint32_t directory = 0; // ROM offset of the unit directory
     uint32_t vendor = 0, model = 0, specifier = 0, version = 0;
+    // ROM offset of the entry the specifier id was taken from; 0 when there is none.
+    uint32_t specifierEntry = 0;
+    // Named by the root directory: the kernel makes a unit device fwN.M of it. A unit directory
+    // reached through an instance directory (key D8h) is not one the kernel sees.
+    bool kernelUnit = true;
 };
 
-// The unit directories the root directory names (key D1h), in order, each with the vendor,
-// model, specifier and version ids as the kernel takes them: the root directory's, then those
-// of the unit directory in their place.
+// The unit directories of a ROM: first those the root directory names (key D1h), in order, as
+// the kernel numbers them; then those named by the root's instance directories (key D8h). Each
+// has the vendor, model, specifier and version ids as the kernel takes them: the root
+// directory's, then those of a vendor directory (key C3h) in the root (the legacy layout of
+// AV/C devices), then those of the unit directory, each in the place of the one before.
 std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom);
+
+// The textual descriptors reachable from a directory (leaves and the directories below it), in
+// ROM order, each once.
+std::vector<std::string> textsBelow(const std::vector<RomEntry>& entries);
+
+// The first entry of a key in a directory; null when there is none.
+const RomEntry* firstWithKey(const std::vector<RomEntry>& directory, uint8_t key);
+
+// The entry whose block is at a ROM offset, searched through the whole tree; null when none.
+const RomEntry* entryAt(const std::vector<RomEntry>& entries, uint32_t target);
 
 // "ieee1394:venXXXXXXXXmoXXXXXXXXspXXXXXXXXverXXXXXXXX", as the kernel writes it.
 std::string modalias(const UnitIds& unit);

@@ -1,5 +1,6 @@
 #include "lib1394/ImageFile.h"
 
+#include "lib1394/DumpText.h"
 #include "lib1394/RegularFile.h"
 
 #include <algorithm>
@@ -178,6 +179,8 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
         return failure(name, spoilt);
     const bool binary =
         form == ImageForm::Binary || (form == ImageForm::Detect && looksBinary(content));
+    if (!binary && form == ImageForm::Detect && isDumpText(content))
+        return decodeDumpText(name, content);
     ImageFile image = binary ? decodeBinary(name, content) : decodeText(name, content);
     if (image.ok() && !toBusOrder(image.rom, order))
         return failure(name, std::to_string(image.rom.size()) +

@@ -27,10 +27,14 @@ struct RomNode {
     // What the bus could not take as it stood (a file that is not regular, a ROM cut short).
     std::vector<std::string> notes;
     // What the operating system says of the node beside its ROM, where it says it: its vendor and
-    // model names, and per unit (fwN.M, by M) the driver bound to it, empty when none is.
+    // model names, per unit (fwN.M, by M) the driver bound to it, empty when none is, and the
+    // modalias the kernel gave it, empty when it shows none; and whether the node is this
+    // machine's own controller (sysfs is_local).
     std::string vendorName;
     std::string modelName;
     std::vector<std::string> unitDrivers;
+    std::vector<std::string> unitModaliases;
+    bool local = false;
 };
 
 struct RomPort {

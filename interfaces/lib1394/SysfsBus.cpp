@@ -109,10 +109,9 @@ std::string readAttribute(const fs::path& file) {
     return text;
 }
 
-// The drivers bound to the unit devices fwN.M of a node, by M: the name of the folder its
-// driver link leads to.
-std::vector<std::string> unitDrivers(const FoundNode& found) {
-    std::vector<std::string> drivers;
+// What the kernel says of the unit devices fwN.M of a node, by M: the name of the folder its
+// driver link leads to, and its modalias.
+void readUnits(const FoundNode& found, RomNode& node) {
     const std::string prefix = found.name + ".";
     std::error_code error;
     for (fs::directory_iterator it(found.folder, error), end; !error && it != end;
@@ -125,11 +124,13 @@ std::vector<std::string> unitDrivers(const FoundNode& found) {
         const size_t unit = std::stoul(digits);
         std::error_code linkError;
         const fs::path driver = fs::read_symlink(it->path() / "driver", linkError);
-        if (drivers.size() <= unit)
-            drivers.resize(unit + 1);
-        drivers[unit] = linkError ? std::string() : driver.filename().string();
+        if (node.unitDrivers.size() <= unit) {
+            node.unitDrivers.resize(unit + 1);
+            node.unitModaliases.resize(unit + 1);
+        }
+        node.unitDrivers[unit] = linkError ? std::string() : driver.filename().string();
+        node.unitModaliases[unit] = readAttribute(it->path() / "modalias");
     }
-    return drivers;
 }
 
 RomNode readNode(const FoundNode& found, ByteOrder order) {
@@ -138,7 +139,8 @@ RomNode readNode(const FoundNode& found, ByteOrder order) {
     const std::optional<uint64_t> guid = readGuid(found.folder, node);
     node.vendorName = readAttribute(found.folder / "vendor_name");
     node.modelName = readAttribute(found.folder / "model_name");
-    node.unitDrivers = unitDrivers(found);
+    node.local = readAttribute(found.folder / "is_local") == "1";
+    readUnits(found, node);
     const RegularFile file =
         readRegularFile((found.folder / "config_rom").string(), MaxRomSize, true);
     node.guid = guid.value_or(0);

@@ -1,5 +1,6 @@
 #include "inspect/RomWalk.h"
 #include "inspect/RomDecoder.h"
+#include "inspect/RomNames.h"
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394Util.h"
 #include "vesk5/SysInfoModule.h"
@@ -114,6 +115,80 @@ TEST(RomWalk, UnitsTakeTheRootsIdsWhereTheirOwnAreMissing) {
     // The root's specifier id stands where the unit has none.
     EXPECT_EQ(rombus::decode::modalias(units[1]),
               "ieee1394:ven00ACDE48mo00000042sp00000001ver00000002");
+}
+
+TEST(RomWalk, UnitsOfInstanceDirectoriesFollowTheKernelsAndAVendorDirectoryGivesIds) {
+    // Root: an instance directory (D8h) before a unit directory, and a vendor directory (C3h)
+    // whose model id stands between the root's and the unit's ids.
+    RomLayout layout;
+    layout.directory({RomLayout::immediate(0x03, 0x012345), RomLayout::ref(0xD8, 1),
+                      RomLayout::ref(0xD1, 3), RomLayout::ref(0xC3, 4)});
+    layout.directory({RomLayout::ref(0x99, 2), RomLayout::ref(0xD1, 5)});
+    layout.leaf({0x41420043, 0x44000000, 0x45464748});
+    layout.directory({RomLayout::immediate(0x12, 0xABCDEF), RomLayout::immediate(0x13, 0x543210)});
+    layout.directory({RomLayout::immediate(0x17, 0xFEDCBA), RomLayout::immediate(0x03, 0x0A0B0C)});
+    layout.directory({RomLayout::immediate(0x12, 0x00A02D), RomLayout::immediate(0x13, 0x000110),
+                      RomLayout::immediate(0x17, 0x000007)});
+    const auto rom = layout.image();
+    const auto units = rombus::decode::unitsOf(rom);
+    ASSERT_EQ(units.size(), 2u);
+    // The kernel's unit fwN.0 is the root's, although the instance directory comes first.
+    EXPECT_EQ(units[0].directory, layout.offsetOf(3));
+    EXPECT_TRUE(units[0].kernelUnit);
+    EXPECT_EQ(units[0].specifierEntry, layout.offsetOf(3) + 4);
+    EXPECT_EQ(rombus::decode::modalias(units[0]),
+              "ieee1394:ven000A0B0Cmo00FEDCBAsp00ABCDEFver00543210");
+    EXPECT_EQ(units[1].directory, layout.offsetOf(5));
+    EXPECT_FALSE(units[1].kernelUnit);
+    EXPECT_EQ(rombus::decode::modalias(units[1]),
+              "ieee1394:ven000A0B0Cmo00000007sp0000A02Dver00000110");
+    // The keyword leaf: keywords up to each NUL, the last one without a NUL kept too.
+    const auto root = rombus::decode::walkRoot(rom);
+    const RomEntry& keywords = root[1].children[0];
+    ASSERT_TRUE(keywords.keywords);
+    EXPECT_EQ(*keywords.keywords, (std::vector<std::string>{"AB", "CD", "EFGH"}));
+    EXPECT_FALSE(keywords.text);
+}
+
+TEST(RomWalk, InstanceDirectoriesThatPointBackNameNoUnitTwice) {
+    // A root of 100 instance directory entries of value 0, each read as a directory from itself
+    // on, so that each holds the unit directory entry at the root's end: one unit of the root,
+    // and no unit of an instance directory beside it.
+    std::vector<uint32_t> quadlets = {0x04040000, 0x31333934, 0xE0648002, 0, 1, 101u << 16};
+    for (int i = 0; i < 100; ++i)
+        quadlets.push_back(0xD8000000);
+    quadlets.push_back(0xD1000001);
+    quadlets.push_back(0x00010000);
+    quadlets.push_back(0x1200609E);
+    const auto units = rombus::decode::unitsOf(bytesOf(quadlets));
+    ASSERT_EQ(units.size(), 1u);
+    EXPECT_TRUE(units[0].kernelUnit);
+    EXPECT_EQ(units[0].specifier, 0x00609Eu);
+}
+
+TEST(RomWalk, ModelNameLeavesAreTextOnlyInADependentDirectory) {
+    // Key 82h holds a name in an IIDC unit-dependent directory (D4h), and nothing elsewhere.
+    RomLayout layout;
+    layout.directory({RomLayout::ref(0x82, 2), RomLayout::ref(0xD1, 1)});
+    layout.directory({RomLayout::immediate(0x12, 0x00A02D), RomLayout::immediate(0x13, 0x000102),
+                      RomLayout::ref(0xD4, 3)});
+    layout.textLeaf("Not a name");
+    layout.directory({RomLayout::ref(0x81, 4), RomLayout::ref(0x82, 5)});
+    layout.textLeaf("Maker");
+    layout.textLeaf("Camera");
+    const auto decoded = rombus::decode::decodeRom(layout.image());
+    EXPECT_FALSE(decoded.root[0].text);
+    const RomEntry* dependent = rombus::decode::entryAt(decoded.root, layout.offsetOf(3));
+    ASSERT_NE(dependent, nullptr);
+    EXPECT_EQ(dependent->children[1].text, "Camera");
+    const RomEntry* unit = rombus::decode::entryAt(decoded.root, layout.offsetOf(1));
+    ASSERT_NE(unit, nullptr);
+    EXPECT_EQ(rombus::decode::textsBelow(unit->children),
+              (std::vector<std::string>{"Maker", "Camera"}));
+    // The root names no vendor or model of its own: the unit-dependent directory's leaves do.
+    const auto names = rombus::decode::romNamesOf(decoded);
+    EXPECT_EQ(names.vendor, "Maker");
+    EXPECT_EQ(names.model, "Camera");
 }
 
 } // namespace

@@ -143,3 +143,36 @@ TEST(SysfsBus, WhatIsNotARegularFileOrAFolderIsNotedNeverRead) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(SysfsBus, UnitModaliasesAndTheLocalNodeAreReadAsTheKernelShowsThem) {
+    SysfsTree tree;
+    const fs::path local = tree.add("pci/a", "fw0", hostQuadlets({1}), "");
+    tree.tree.write(local / "is_local", "1\n");
+    // Units fw1.0 and fw1.2: fw1.1 is missing, so its place is empty; a unit without a modalias
+    // file has an empty one; "fw1.x" is no unit.
+    const fs::path node = tree.add("pci/a", "fw1", hostQuadlets({1}), "");
+    tree.tree.write(node / "is_local", "0\n");
+    for (const char* unit : {"fw1.0", "fw1.2", "fw1.x"})
+        fs::create_directories(node / unit);
+    tree.tree.write(node / "fw1.0" / "modalias",
+                    "ieee1394:ven00ACDE48mo00000000sp0000609Ever00010483\n");
+    tree.tree.write(node / "fw1.x" / "modalias", "not a unit\n");
+    const fs::path other = tree.add("pci/a", "fw2", hostQuadlets({1}), "");
+    tree.tree.write(other / "is_local", "10\n");
+
+    const auto nodes =
+        lib1394::SysfsBus::read(tree.root.string(), lib1394::ByteOrder::Big).ports.at(0).nodes;
+    ASSERT_EQ(nodes.size(), 3u);
+    EXPECT_TRUE(nodes[0].local);
+    EXPECT_TRUE(nodes[0].unitModaliases.empty());
+    EXPECT_FALSE(nodes[1].local);
+    EXPECT_EQ(
+        nodes[1].unitModaliases,
+        (std::vector<std::string>{"ieee1394:ven00ACDE48mo00000000sp0000609Ever00010483", "", ""}));
+    EXPECT_EQ(nodes[1].unitDrivers.size(), 3u);
+    EXPECT_FALSE(nodes[2].local);
+}
+
+} // namespace

@@ -77,6 +77,9 @@ TEST(Dump, SevenBadCrcsShowSevenShouldBeValuesOneRecordAndSixAdvisories) {
     EXPECT_EQ(kinds(scan, 0), std::vector<std::string>(6, "unchecked-crc"));
     EXPECT_EQ(count(dump, "^ error: Leaf - Descriptor CRC check failed"), 1u);
     EXPECT_EQ(count(dump, "^ advisory: the CRC"), 6u);
+    // The stored CRCs are the right ones with bits flipped: no firmware mistake gives them.
+    EXPECT_EQ(count(dump, "^ means: the leaf at "), 1u);
+    EXPECT_EQ(count(dump, "No known cause."), 1u);
     expectWithin(dump, 100);
     expectWithin(rombus::dumpNode(scan.nodes[0], 60), 60);
 }
@@ -122,9 +125,32 @@ TEST(Dump, EveryQuadletHasItsMeaning) {
     expectWithin(dump, 100);
 }
 
+TEST(Dump, AQuadletOfTwoOverlappingBlocksKeepsBothMeanings) {
+    // The root directory claims one quadlet more than its three entries: the leaf's header.
+    RomLayout layout;
+    layout.directory(
+        {RomLayout::immediate(0x03, 0x00A027), RomLayout::ref(0x81, 1), RomLayout::ref(0xD1, 2)});
+    layout.textLeaf("Disk");
+    layout.directory({RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x13, 0x010483)});
+    std::vector<uint32_t> quadlets = layout.quadlets();
+    quadlets[5] = 4u << 16 | rombus_test::crc16(quadlets, 6, 4);
+    const rombus::Inspection scan = scanOf({rombus_test::busOrderBytes(quadlets)});
+    const std::string dump = rombus::dumpNode(scan.nodes[0], 100);
+    EXPECT_THAT(dump, HasSubstr("014  FFFFF0000414  0004"));
+    EXPECT_THAT(dump, HasSubstr("\n024  FFFFF0000424  0003"));
+    EXPECT_THAT(dump, HasSubstr("  leaf \"Leaf - Descriptor\", length 3, CRC "));
+    EXPECT_THAT(dump, HasSubstr("CRC ok; also key 00h:"));
+    // The module refuses the leaf's header as an entry of the root directory.
+    EXPECT_THAT(dump, HasSubstr("^ means: the entry at 24h, key 00h (Immediate - Root)"));
+    EXPECT_THAT(dump, HasSubstr("^ advisory: the directory at 14h declares 4 quadlets, up to 28h: "
+                                "the leaf\n"));
+    EXPECT_THAT(dump, HasSubstr("directory \"Directory - Unit\" (SBP-2 (storage)), length 2"));
+}
+
 TEST(Dump, EachAdvisoryHasItsRom) {
-    // The unit directory's CRC taken over byte-reversed quadlets: the module accepts it.
-    RomLayout reversedLayout;
+    // The unit directory's CRC taken over byte-reversed quadlets: the module accepts it. Its
+    // GUID is its own, so that no node shares another's.
+    RomLayout reversedLayout(BusInfo{0x0030E00000000001ull});
     reversedLayout.directory({RomLayout::immediate(0x03, 0x00A027), RomLayout::ref(0xD1, 1)});
     reversedLayout.directory(
         {RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x13, 0x010483)});
@@ -160,7 +186,13 @@ TEST(Dump, EachAdvisoryHasItsRom) {
                                                             "information block's GUID is "
                                                             "0030E00000000002"));
     EXPECT_EQ(kinds(scan, 2), std::vector<std::string>{"sysfs-guid-mismatch"});
-    EXPECT_THAT(rombus::dumpNode(scan.nodes[1], 100), HasSubstr("CRC 383Eh, not known: the ROM"));
+    // What the kernel's guid file says is worth knowing, not a fault of the ROM.
+    EXPECT_EQ(scan.nodes[2].advisories[0].severity, rombus::Severity::Note);
+    EXPECT_FALSE(rombus::hasAdvisories(scanOf({RomLayout().image()}, {0x0102030405060708ull})));
+    // The unit directory's header names its protocol.
+    EXPECT_THAT(rombus::dumpNode(scan.nodes[1], 100),
+                HasSubstr("directory \"Directory - Unit\" (SBP-2 (storage)), length 3, CRC 383Eh,\n"
+                          "                             not known: the ROM"));
 }
 
 } // namespace

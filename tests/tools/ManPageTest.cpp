@@ -35,7 +35,8 @@ std::string pageText() {
 std::set<std::string> helpOptions() {
     std::set<std::string> options;
     const std::regex option(R"((^|[ ,])(--?[a-z][a-z-]*))");
-    for (const char* command : {"", "scan", "check", "registry import"}) {
+    for (const char* command :
+         {"", "scan", "check", "registry import", "diff", "repair", "describe", "build"}) {
         std::istringstream lines(
             output(std::string("'") + ROMBUS_BINARY + "' " + command + " --help"));
         for (std::string line; std::getline(lines, line);) {

@@ -5,6 +5,7 @@
 
 #include "ReportSchema.h"
 #include "rombus_support/HostileRoms.h"
+#include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
 
@@ -444,35 +445,176 @@ TEST_F(RombusTool, AReadingThatFailsWithoutARecordSaysSo) {
 }
 
 TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
-    // The golden SBP-2 disk reads without a record; its cycle clock accuracy of 255 is reserved.
+    // The golden SBP-2 disk reads without a record; it is cycle master capable, and its cycle
+    // clock accuracy of 255 ppm is beyond the 100 ppm a cycle master may have.
     const std::string disk = ROMBUS_SOURCE_DIR "/tests/roms/sbp2-disk.hex";
     const Outcome run = registered("check " + disk);
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr("    1 advisory (beside the module's records):\n      advisory "
-                                   "8h: cyc_clk_acc 255 is not an accuracy"));
+                                   "8h: cyc_clk_acc 255 on a cycle master capable node (cmc 1)"));
     EXPECT_THAT(run.out, HasSubstr("Unit 0 at 3Ch  SBP-2 (storage)"));
     EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 3Ch  (SBP-2 (storage))"));
+    EXPECT_THAT(run.out, HasSubstr("1 without problems. By kind: 1 advisories only.\n"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
     const json report = rombusJson("check " + disk, 0);
     EXPECT_TRUE(report["ok"].get<bool>());
     EXPECT_EQ(report["nodes"][0]["advisories"][0]["kind"], "reserved-bus-option");
+    EXPECT_EQ(report["nodes"][0]["advisories"][0]["severity"], "advisory");
     EXPECT_EQ(report["nodes"][0]["units"][0]["protocol"], "SBP-2 (storage)");
     const Outcome dump = registered("-x check " + disk);
     EXPECT_THAT(dump.out, HasSubstr("    ROM:\n000  FFFFF0000400  0404"));
     expectWithin100Columns(dump.out);
 }
 
+// The text as one line, every run of blanks and line breaks one blank: what wrapping and column
+// alignment leave aside.
+std::string flat(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        const bool blank = c == ' ' || c == '\n';
+        if (!blank)
+            out += c;
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
+    }
+    return out;
+}
+
+TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
+    // The golden disk whose bus information CRC covers the whole ROM: 6FB8h over quadlets 1 to
+    // 25, 2973h over its crc_length of 4 (the golden sbp2-disk's header is 04042973h).
+    const std::string disk = ROMBUS_SOURCE_DIR "/tests/roms/bus-crc-whole-rom.hex";
+    const Outcome run = registered("check " + disk);
+    EXPECT_EQ(run.status, 1);
+    const std::string text = flat(run.out);
+    EXPECT_THAT(text, HasSubstr("error configuration rom CRC check failed: expected B86Fh, found "
+                                "6D94h at offset 4h means: the bus information block at 0h "
+                                "stores CRC 6FB8h; its CRC is 2973h: store 04042973h at 0h. "
+                                "Cause: the CRC was computed over the whole ROM (25 quadlets) "
+                                "instead of crc_length (4)."));
+    // The module stopped at the bus information block; the decoder's reading is shown, marked.
+    EXPECT_THAT(text, HasSubstr("Read beyond the module's verdict"));
+    EXPECT_THAT(text, HasSubstr("Immediate - Vendor at 18h key 03h ACDE48h"));
+    EXPECT_THAT(text, HasSubstr("\"Example\""));
+    EXPECT_THAT(text, HasSubstr("Unit 0 at 3Ch SBP-2 (storage) vendor ACDE48h model 000001h"));
+    EXPECT_THAT(text, HasSubstr("By kind: 1 CRC only."));
+    expectWithin100Columns(run.out);
+
+    const json report = rombusJson("check " + disk, 1);
+    const json& node = report["nodes"][0];
+    EXPECT_TRUE(node["beyondVerdict"].get<bool>());
+    EXPECT_EQ(node["units"][0]["protocol"], "SBP-2 (storage)");
+    const json& explanation = node["messages"][0]["explanation"];
+    EXPECT_EQ(explanation["kind"], "crc");
+    EXPECT_EQ(explanation["block"], "bus-info");
+    EXPECT_EQ(explanation["offset"], 0);
+    EXPECT_EQ(explanation["storedCrc"], 0x6FB8);
+    EXPECT_EQ(explanation["correctCrc"], 0x2973);
+    EXPECT_EQ(explanation["fix"], 0x04042973);
+    EXPECT_EQ(explanation["causes"], json::array({"length-whole-rom"}));
+
+    const Outcome dump = registered("-x check " + disk);
+    EXPECT_THAT(flat(dump.out), HasSubstr("^ means: the bus information block at 0h stores CRC "
+                                          "6FB8h"));
+
+    // The sample bus: a bus CRC of no known cause, a missing vendor, an entry in the wrong
+    // directory, a wrong signature, a ROM that is not accessible.
+    const std::string sampleText = flat(registered("scan --sysfs " + sample).out);
+    EXPECT_THAT(sampleText, HasSubstr("04047ECFh at 0h. No known cause."));
+    EXPECT_THAT(sampleText, HasSubstr("means: the directory at 14h has no \"Immediate - Vendor\" "
+                                      "entry (key 03h)."));
+    EXPECT_THAT(sampleText, HasSubstr("means: the entry at 30h, key 0Ch (Immediate - Node "
+                                      "Capabilities), in the directory at 24h."));
+    EXPECT_THAT(sampleText, HasSubstr("means: quadlet 1 holds 31333935h (\"1395\")"));
+    EXPECT_THAT(sampleText, HasSubstr("By kind: 2 unreadable, 2 entry rules, 1 CRC only."));
+}
+
+TEST_F(RombusTool, EveryCrcCauseIsNamedWithItsFixInTextAndJson) {
+    // A root directory, a text leaf and a unit directory, each header given the CRC one firmware
+    // mistake computes; the fix is always the layout's own header.
+    rombus_test::RomLayout layout;
+    layout.directory({rombus_test::RomLayout::immediate(0x03, 0x00A027),
+                      rombus_test::RomLayout::ref(0x81, 1), rombus_test::RomLayout::ref(0xD1, 2)});
+    const int leaf = layout.textLeaf("Example");
+    const int unit = layout.directory({rombus_test::RomLayout::immediate(0x12, 0x00609E),
+                                       rombus_test::RomLayout::immediate(0x13, 0x010483),
+                                       rombus_test::RomLayout::immediate(0x17, 1)});
+    const std::vector<uint32_t> good = layout.quadlets();
+    const size_t root = 5, leafAt = layout.offsetOf(leaf) / 4, unitAt = layout.offsetOf(unit) / 4;
+    const auto crcOf = [&good](size_t first, size_t count, bool littleEndian) {
+        std::vector<uint32_t> quadlets(good.begin() + first, good.begin() + first + count);
+        for (uint32_t& q : quadlets)
+            if (littleEndian)
+                q = q >> 24 | (q >> 8 & 0xFF00) | (q << 8 & 0xFF0000) | q << 24;
+        return rombus_test::crc16(quadlets, 0, count);
+    };
+    const auto swap = [](uint16_t crc) { return uint16_t(crc << 8 | crc >> 8); };
+    std::vector<uint32_t> withHeader = {good[leafAt] & 0xFFFF0000};
+    withHeader.insert(withHeader.end(), good.begin() + leafAt + 1, good.begin() + leafAt + 5);
+    struct Case {
+        size_t header;
+        uint16_t stored;
+        json causes;
+        const char* text;
+    };
+    const Case cases[] = {
+        {leafAt, 0xFFFF, {"placeholder"}, "Cause: FFFFh is a placeholder"},
+        {unitAt,
+         crcOf(unitAt + 1, 2, false),
+         {"length-quadlets"},
+         "Cause: the CRC was computed over 2 quadlets instead of the 3 quadlets its header "
+         "declares."},
+        {leafAt,
+         rombus_test::crc16(withHeader, 0, 5),
+         {"header-included"},
+         "Cause: the CRC was computed with its header quadlet included."},
+        {root,
+         swap(crcOf(root + 1, 3, false)),
+         {"bytes-swapped"},
+         "Cause: the CRC was stored with its two bytes swapped."},
+        {unitAt,
+         swap(crcOf(unitAt + 1, 3, true)),
+         {"little-endian", "bytes-swapped"},
+         "Cause: the CRC was computed over little-endian quadlets (each quadlet's bytes reversed) "
+         "and stored with its two bytes swapped."},
+        {unitAt, 0x1234, json::array(), "No known cause."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        std::vector<uint32_t> rom = good;
+        rom[c.header] = (good[c.header] & 0xFFFF0000) | c.stored;
+        const std::string file = write("cause.txt", hexLines(rom));
+        char where[96];
+        std::snprintf(where, sizeof where,
+                      "at %zXh stores CRC %04Xh; its CRC is %04Xh: store %08Xh", 4 * c.header,
+                      c.stored, good[c.header] & 0xFFFF, good[c.header]);
+        const std::string text = flat(registered("check " + file).out);
+        EXPECT_THAT(text, HasSubstr(where));
+        EXPECT_THAT(text, HasSubstr(c.text));
+        const json explanation =
+            rombusJson("check " + file, 1)["nodes"][0]["messages"][0]["explanation"];
+        EXPECT_EQ(explanation["offset"], 4 * c.header);
+        EXPECT_EQ(explanation["storedCrc"], c.stored);
+        EXPECT_EQ(explanation["fix"], good[c.header]);
+        EXPECT_EQ(explanation["causes"], c.causes);
+    }
+}
+
 TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     const Outcome run = registered("scan --sysfs " + sample);
     EXPECT_THAT(
         run.out,
-        HasSubstr(
-            "    Kernel: vendor_name \"Rombus Sample Works\"\n    Unit 0 at 48h  SBP-2 (storage)  "
-            "driver firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483\n"));
+        HasSubstr("    Kernel: vendor_name \"Rombus Sample Works\"\n    ROM names: vendor \"Rombus "
+                  "Sample Works\", model \"FW800 sample disk\"\n    Unit 0 at 48h  SBP-2 (storage) "
+                  " \"FW800 sample disk\"  driver "
+                  "firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483 (the "
+                  "kernel's too)\n"));
     // The unit directory of fw5 has no model id, nor has its root: the kernel writes zeros.
     EXPECT_THAT(run.out,
                 HasSubstr("    Unit 0 at 24h  SBP-2 (storage)  no driver bound\n"
-                          "        ieee1394:ven000030E0mo00000000sp0000609Ever00010483\n"));
+                          "        ieee1394:ven000030E0mo00000000sp0000609Ever00010483 (the "
+                          "kernel's too)\n"));
+    EXPECT_THAT(run.out, HasSubstr("  Node 0  fw0  (local: this machine's own controller)  "));
     const json report = rombusJson("scan --sysfs " + sample, 1);
     EXPECT_EQ(report["nodes"][1]["source"], "fw1");
     EXPECT_EQ(report["nodes"][1]["units"][0]["driver"], "firewire_sbp2");

@@ -78,12 +78,8 @@ struct Sample {
     // Adds the unit device fwN.0 of a node, with its modalias and, when one is named, the link
     // to the driver bound to it: the kernel lists units too, but they are not nodes.
     void addUnit(const fs::path& nodeFolder, const Node& node, const char* driver) {
-        const fs::path controller =
-            nodeFolder.parent_path().lexically_relative(tree.root() / "devices");
-        const fs::path unit = tree.add((controller / nodeFolder.filename()).string(),
-                                       nodeFolder.filename().string() + ".0");
         const auto units = rombus::decode::unitsOf(buildRom(node));
-        tree.write(unit / "modalias", rombus::decode::modalias(units.at(0)) + "\n");
+        const fs::path unit = tree.addUnit(nodeFolder, 0, rombus::decode::modalias(units.at(0)));
         if (!driver)
             return;
         const fs::path drivers = tree.root() / "bus/firewire/drivers" / driver;

@@ -1,10 +1,12 @@
 #include "Dump.h"
 
 #include "Text.h"
+#include "inspect/Annotations.h"
 #include "inspect/Format.h"
 #include "inspect/Locator.h"
 #include "inspect/Names.h"
 #include "inspect/Records.h"
+#include "inspect/UnitTypes.h"
 
 #include <map>
 
@@ -36,17 +38,29 @@ class Dumper {
 public:
     Dumper(const NodeView& node, size_t width)
         : decoded_(node.decoded), width_(width), devices_(node.devices),
-          meanings_(decoded_.quadlets(), "not reached from the root directory") {
+          meanings_(decoded_.quadlets()) {
         describeBusInfo();
         for (const RomBlock& block : decoded_.blocks)
             if (block.kind != BlockKind::BusInfo)
                 describeBlock(block);
         describeEntries(decoded_.root);
-        for (const auto& record : node.records)
+        for (const auto& [offset, text] : decode::entryAnnotations(decoded_))
+            set(offset, meanings_[offset / 4] + "; " + text);
+        for (size_t i = 0; i < node.records.size(); ++i) {
+            const auto& record = node.records[i];
             attach(concernedOffset(record),
                    std::string(levelName(record.level)) + ": " + recordText(record));
+            if (i < node.explanations.size() && !node.explanations[i].note.empty())
+                attach(node.explanations[i].offset ? node.explanations[i].offset
+                                                   : concernedOffset(record),
+                       "means: " + node.explanations[i].note);
+        }
+        const std::string shared = sharedCrcCause(decoded_);
+        if (!shared.empty())
+            unplaced_.push_back(shared);
         for (const Advisory& advisory : node.advisories)
-            attach(advisory.offset, "advisory: " + advisory.text);
+            attach(advisory.offset,
+                   std::string(severityName(advisory.severity)) + ": " + advisory.text);
     }
 
     std::string text() const {
@@ -58,7 +72,9 @@ public:
             const std::string head = format("%03X  %012llX  %08X  ", offset,
                                             static_cast<unsigned long long>(RomBase + offset),
                                             *decode::quadletAt(decoded_.rom, offset));
-            out += wrapped(head + escaped(meanings_[q], false), 0, MeaningColumn, width_);
+            const std::string meaning =
+                meanings_[q].empty() ? "not reached from the root directory" : meanings_[q];
+            out += wrapped(head + escaped(meaning, false), 0, MeaningColumn, width_);
             const auto notes = notes_.find(offset);
             if (notes != notes_.end())
                 for (const std::string& note : notes->second)
@@ -72,6 +88,14 @@ private:
     void set(uint32_t offset, const std::string& meaning) {
         if (offset / 4 < meanings_.size())
             meanings_[offset / 4] = meaning;
+    }
+
+    // A meaning of a block's quadlet: where blocks overlap, a quadlet keeps every one.
+    void add(uint32_t offset, const std::string& meaning) {
+        if (offset / 4 >= meanings_.size())
+            return;
+        std::string& kept = meanings_[offset / 4];
+        kept = kept.empty() ? meaning : kept + "; also " + meaning;
     }
 
     void attach(std::optional<uint32_t> offset, const std::string& note) {
@@ -126,15 +150,23 @@ private:
 
     void describeBlock(const RomBlock& block) {
         const std::string what = block.kind == BlockKind::Directory ? "directory" : "leaf";
-        set(block.offset,
-            format("%s \"%s\", length %u, ", what.c_str(),
-                   block.key == 0xC0 ? "Root" : entryName(block.key).c_str(), block.declared) +
-                crcVerdict(block));
+        add(block.offset, format("%s \"%s\"%s, length %u, ", what.c_str(),
+                                 block.key == 0xC0 ? "Root" : entryName(block.key).c_str(),
+                                 protocolOf(block).c_str(), block.declared) +
+                              crcVerdict(block));
         if (block.kind == BlockKind::Directory)
             return;
         const uint8_t keyId = block.key & 0x3F;
         for (uint32_t i = 0; i < block.available; ++i)
-            set(block.offset + 4 + 4 * i, leafMeaning(block, keyId, i));
+            add(block.offset + 4 + 4 * i, leafMeaning(block, keyId, i));
+    }
+
+    // " (SBP-2 (storage))" for a unit directory, else nothing.
+    std::string protocolOf(const RomBlock& block) const {
+        for (const decode::UnitIds& unit : decoded_.units)
+            if (unit.directory == block.offset && block.kind == BlockKind::Directory)
+                return std::string(" (") + decode::unitProtocol(unit.specifier, unit.version) + ")";
+        return std::string();
     }
 
     std::string leafMeaning(const RomBlock& block, uint8_t keyId, uint32_t index) const {
@@ -159,7 +191,7 @@ private:
 
     void describeEntries(const std::vector<RomEntry>& entries) {
         for (const RomEntry& entry : entries) {
-            set(entry.offset, entryMeaning(entry));
+            add(entry.offset, entryMeaning(entry));
             describeEntries(entry.children);
         }
     }

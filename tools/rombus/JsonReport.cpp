@@ -2,6 +2,8 @@
 
 #include "inspect/Names.h"
 #include "inspect/Records.h"
+#include "inspect/RomNames.h"
+#include "inspect/Sbp2.h"
 #include "inspect/UnitTypes.h"
 
 #include <cctype>
@@ -52,16 +54,37 @@ json variables(const vesk5::Variables& set) {
     return out;
 }
 
-json messages(const libRombus::Messages& records) {
+template <typename Number> json numberOrNull(const std::optional<Number>& number) {
+    return number ? json(*number) : json(nullptr);
+}
+
+json explanation(const Explanation& found) {
+    return {{"kind", found.kind},
+            {"offset", numberOrNull(found.offset)},
+            {"block", found.block.empty() ? json(nullptr) : json(found.block)},
+            {"storedCrc", numberOrNull(found.storedCrc)},
+            {"correctCrc", numberOrNull(found.correctCrc)},
+            {"fix", numberOrNull(found.fix)},
+            {"causes", found.causes},
+            {"causeOfEveryBadCrc", found.causeOfEveryBadCrc},
+            {"key", numberOrNull(found.key)},
+            {"definedBy", found.definedBy.empty() ? json(nullptr) : json(found.definedBy)},
+            {"note", found.note}};
+}
+
+json messages(const NodeView& view) {
     json out = json::array();
-    for (const auto& record : records) {
+    for (size_t i = 0; i < view.records.size(); ++i) {
+        const auto& record = view.records[i];
         const bool empty = record.message.isEmpty();
         out.push_back(
             {{"level", record.level},
              {"levelName", levelName(record.level)},
              {"id", recordId(record)},
              {"text", recordText(record)},
-             {"variables", empty ? json::object() : variables(record.message->variables())}});
+             {"variables", empty ? json::object() : variables(record.message->variables())},
+             {"explanation",
+              i < view.explanations.size() ? explanation(view.explanations[i]) : json(nullptr)}});
     }
     return out;
 }
@@ -89,26 +112,70 @@ json busOptions(const std::vector<uint8_t>& rom) {
 json advisories(const std::vector<Advisory>& found) {
     json out = json::array();
     for (const Advisory& advisory : found)
-        out.push_back(
-            {{"offset", advisory.offset}, {"kind", advisory.kind}, {"text", advisory.text}});
+        out.push_back({{"offset", advisory.offset},
+                       {"kind", advisory.kind},
+                       {"severity", severityName(advisory.severity)},
+                       {"text", advisory.text}});
     return out;
 }
 
-json units(const std::vector<decode::UnitIds>& found, const lib1394::RomNode& node) {
+json optionalNumber(const std::optional<uint32_t>& value) {
+    return value ? json(*value) : json(nullptr);
+}
+
+json sbp2(const std::vector<uint8_t>& rom, const decode::UnitIds& unit) {
+    const auto found = decode::sbp2Of(rom, unit);
+    if (!found)
+        return nullptr;
+    json luns = json::array();
+    for (const decode::Sbp2LogicalUnit& lun : found->logicalUnits)
+        luns.push_back({{"entry", lun.entry},
+                        {"directory", lun.directory ? json(lun.directory) : json(nullptr)},
+                        {"lun", lun.lun},
+                        {"deviceType", lun.deviceType},
+                        {"ordered", lun.ordered}});
+    return {{"commandSetSpecId", optionalNumber(found->commandSetSpecId)},
+            {"commandSet", optionalNumber(found->commandSet)},
+            {"commandSetRevision", optionalNumber(found->commandSetRevision)},
+            {"firmwareRevision", optionalNumber(found->firmwareRevision)},
+            {"unitCharacteristics", optionalNumber(found->unitCharacteristics)},
+            {"managementAgent", optionalNumber(found->managementAgent)},
+            {"logicalUnits", std::move(luns)}};
+}
+
+// What sysfs says of the unit device at a place M of fwN.M: null beyond what it lists.
+json kernelText(const std::vector<std::string>& texts, size_t index) {
+    return index < texts.size() ? textOrNull(texts[index]) : json(nullptr);
+}
+
+json units(const NodeView& view, const lib1394::RomNode& node) {
     json out = json::array();
-    for (size_t i = 0; i < found.size(); ++i) {
-        const decode::UnitIds& unit = found[i];
-        out.push_back({{"directory", unit.directory},
-                       {"vendorId", unit.vendor},
-                       {"modelId", unit.model},
-                       {"specifierId", unit.specifier},
-                       {"version", unit.version},
-                       {"protocol", decode::unitProtocol(unit.specifier, unit.version)},
-                       {"modalias", decode::modalias(unit)},
-                       {"driver", i < node.unitDrivers.size() ? textOrNull(node.unitDrivers[i])
-                                                              : json(nullptr)}});
+    size_t kernelIndex = 0;
+    for (const decode::UnitIds& unit : view.decoded.units) {
+        // A unit the kernel makes no device of has no place among fwN.M.
+        const size_t index = unit.kernelUnit ? kernelIndex++ : SIZE_MAX;
+        const decode::RomEntry* entry = decode::entryAt(view.decoded.root, unit.directory);
+        out.push_back(
+            {{"directory", unit.directory},
+             {"vendorId", unit.vendor},
+             {"modelId", unit.model},
+             {"specifierId", unit.specifier},
+             {"version", unit.version},
+             {"protocol", decode::unitName(unit, view.devices)},
+             {"kernelUnit", unit.kernelUnit},
+             {"texts", entry ? decode::textsBelow(entry->children) : std::vector<std::string>()},
+             {"modalias", decode::modalias(unit)},
+             {"kernelModalias", kernelText(node.unitModaliases, index)},
+             {"driver", kernelText(node.unitDrivers, index)},
+             {"sbp2", sbp2(view.rom(), unit)}});
     }
     return out;
+}
+
+json romNames(const decode::DecodedRom& decoded) {
+    const decode::RomNames names = decode::romNamesOf(decoded);
+    return {{"vendorName", names.vendor ? json(*names.vendor) : json(nullptr)},
+            {"modelName", names.model ? json(*names.model) : json(nullptr)}};
 }
 
 // The key type's name in lower case, as the report's entries give it.
@@ -135,6 +202,7 @@ json entries(const std::vector<decode::RomEntry>& found, const NodeDevices& devi
                        {"target", entry.target ? json(*entry.target) : json(nullptr)},
                        {"repeated", entry.repeated},
                        {"text", entry.text ? json(*entry.text) : json(nullptr)},
+                       {"keywords", entry.keywords ? json(*entry.keywords) : json(nullptr)},
                        {"vendorName", vendor},
                        {"children", entries(entry.children, devices)}});
     }
@@ -151,14 +219,18 @@ json node(const NodeView& view) {
         {"source", bus.label},
         {"port", view.port},
         {"status", statusName(view.status())},
+        {"local", bus.local},
         {"guid", guid},
         {"busOptions", busOptions(bus.rom)},
-        {"messages", messages(view.records)},
+        {"messages", messages(view)},
+        {"crcCause", textOrNull(sharedCrcCause(view.decoded))},
+        {"beyondVerdict", view.beyondVerdict},
         {"readingStopped", stop(view.stopped)},
         {"notes", bus.notes},
         {"kernel",
          {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
-        {"units", units(view.decoded.units, bus)},
+        {"romNames", romNames(view.decoded)},
+        {"units", units(view, bus)},
         {"advisories", advisories(view.advisories)},
         {"entries", entries(view.decoded.root, view.devices)}};
 }

@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include "RomCommands.h"
 #include "inspect/Registry.h"
 
 #include <CLI/CLI.hpp>
@@ -43,7 +44,8 @@ const char* const checkFooter =
     "form: raw binary in bus order; raw binary in little-endian quadlets (a copy of a\n"
     "sysfs config_rom, found by its signature or named with --byte-order le); hex text\n"
     "of 32-bit quadlets separated by blanks or commas, optional 0x, comments from # or\n"
-    "// to the end of the line. At most 1024 bytes (256 quadlets) each.\n";
+    "// to the end of the line; an annotated dump (the output of -x, or lines of an offset\n"
+    "or CSR address, then a quadlet). At most 1024 bytes (256 quadlets) each.\n";
 
 std::string importFooter() {
     return "Turns the IEEE registry of Debian's ieee-data into the vendor registry the tool\n"
@@ -80,6 +82,9 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
     app.add_flag("-x,--dump", options.dump,
                  "After each node, its ROM quadlet by quadlet: offset, CSR address, value and\n"
                  "meaning, with every CRC's verdict and the records and advisories beside");
+    app.add_flag("--short", options.brief,
+                 "One line per node (port:node, source, GUID, vendor, model, units, status)\n"
+                 "and a line of totals, as lspci and lsusb list devices; JSON is unchanged");
     app.add_flag("--strict", options.strict,
                  "Exit with 1 also when the decoder finds advisories (what the module does\n"
                  "not report: byte-reversed CRCs, lengths past the ROM, reserved values...)");
@@ -170,6 +175,8 @@ int parseOptions(int argc, char** argv, Options& options) {
     addScan(app, options);
     addCheck(app, options, names);
     addRegistry(app, options);
+    for (const RomCommand add : romCommands)
+        add(app, options);
     // Set last, so that the commands keep footers of their own.
     app.footer(mainFooter());
     try {

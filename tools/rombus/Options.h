@@ -26,13 +26,21 @@ struct Options {
     Format format = Format::Text;
     Color color = Color::Auto;
     bool dump = false;     // the annotated ROM dump of every node
+    bool brief = false;    // one line per node
     bool strict = false;   // advisories count as problems in the exit status
     unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
     lib1394::ImageForm form = lib1394::ImageForm::Detect; // check: how the images are stored
     std::string importFrom;                               // empty: the ieee-data registry
     std::string importTo;                                 // empty: standard output
-    std::string printed;                                  // what --help or --version asks to print
+    // The commands over ROM images (diff, repair, describe, build), each in a file of its own.
+    int (*run)(const Options&) = nullptr;
+    std::string output;        // repair, build: the file to write
+    bool inPlace = false;      // repair: write over the input
+    bool fixCrcLength = false; // repair: crc_length to cover the whole ROM
+    std::string outputForm;    // repair, build: be, le or hex
+    bool layout = false;       // diff: also the blocks that moved
+    std::string printed;       // what --help or --version asks to print
 };
 
 // Parses the command line. Returns -1 when the command is to run, otherwise the status to exit

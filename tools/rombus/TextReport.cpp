@@ -1,12 +1,15 @@
 #include "TextReport.h"
 
+#include "DecodedTree.h"
 #include "Dump.h"
 #include "Text.h"
+#include "UnitLines.h"
 #include "inspect/DeviceTree.h"
 #include "inspect/Format.h"
 #include "inspect/Locator.h"
 #include "inspect/Names.h"
 #include "inspect/Records.h"
+#include "inspect/Triage.h"
 #include "inspect/UnitTypes.h"
 
 #include <algorithm>
@@ -25,16 +28,6 @@ std::string hex(uint32_t value, int digits) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%0*X", digits, static_cast<unsigned>(value));
     return text;
-}
-
-std::string quoted(const std::string& text, bool asciiOnly) {
-    std::string inner;
-    for (char c : escaped(text, asciiOnly)) {
-        if (c == '"')
-            inner += '\\';
-        inner += c;
-    }
-    return "\"" + inner + "\"";
 }
 
 std::string yesNo(bool value) {
@@ -141,16 +134,11 @@ private:
             names += (names.empty() ? "" : ", ") + ("model_name " + quoted(rom.modelName, false));
         if (!names.empty())
             out_ << wrap("Kernel: " + names, indent, indent + 2 * Step);
-        const auto& units = node.decoded.units;
-        for (size_t i = 0; i < units.size(); ++i) {
-            std::string line = format("Unit %zu at %Xh  %s  ", i, units[i].directory,
-                                      decode::unitProtocol(units[i].specifier, units[i].version));
-            if (i < rom.unitDrivers.size())
-                line += rom.unitDrivers[i].empty()
-                            ? "no driver bound  "
-                            : "driver " + escaped(rom.unitDrivers[i], false) + "  ";
-            out_ << wrap(line + decode::modalias(units[i]), indent, indent + 2 * Step);
-        }
+        for (const std::string& line : {romNamesLine(node), keywordsLine(node)})
+            if (!line.empty())
+                out_ << wrap(line, indent, indent + 2 * Step);
+        for (const UnitLine& line : unitLines(node))
+            out_ << wrap(line.text, indent + line.depth * Step, indent + (line.depth + 2) * Step);
     }
 
     // "  (protocol)" after a unit directory of the node being printed, else nothing.
@@ -162,8 +150,7 @@ private:
             return std::string();
         for (const decode::UnitIds& unit : node_->decoded.units)
             if (unit.directory == *offset)
-                return std::string("  (") + decode::unitProtocol(unit.specifier, unit.version) +
-                       ")";
+                return "  (" + decode::unitName(unit, node_->devices) + ")";
         return std::string();
     }
 
@@ -223,6 +210,8 @@ private:
         std::string head = "Node " + std::to_string(nodesOfPort_++);
         if (node_ && node_->source && !node_->source->label.empty())
             head += "  " + escaped(node_->source->label, false);
+        if (node_ && node_->source && node_->source->local)
+            head += "  (local: this machine's own controller)";
         head += "  " + std::string(device.hwLocator().c_str());
         out_ << wrap(head, indent, indent + 2 * Step);
         if (!node_ || !node_->source)
@@ -257,7 +246,12 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
-        printRecords(node.records, indent);
+        const std::string sharedCause = sharedCrcCause(node.decoded);
+        if (!sharedCause.empty())
+            out_ << wrap(sharedCause, indent, indent);
+        printRecords(node, indent);
+        if (node.beyondVerdict)
+            out_ << decodedTreeText(node, indent, layout_.width);
         printAdvisories(node.advisories, indent);
         if (layout_.dump)
             out_ << wrap("ROM:", indent, indent) << dumpNode(node, layout_.width);
@@ -271,20 +265,27 @@ private:
                          " (beside the module's records):",
                      indent, indent);
         for (const Advisory& advisory : advisories)
-            out_ << wrap(format("advisory %Xh: ", advisory.offset) + escaped(advisory.text, false),
+            out_ << wrap(format("%s %Xh: ", severityName(advisory.severity), advisory.offset) +
+                             escaped(advisory.text, false),
                          indent + Step, indent + Step + 9);
     }
 
-    void printRecords(const libRombus::Messages& messages, size_t indent) {
+    // The records, each with its explanation beneath.
+    void printRecords(const NodeView& node, size_t indent) {
+        const libRombus::Messages& messages = node.records;
         if (messages.isEmpty())
             return;
         out_ << wrap(std::to_string(messages.size()) +
                          (messages.size() == 1 ? " problem:" : " problems:"),
                      indent, indent);
-        for (const auto& record : messages) {
+        for (size_t i = 0; i < messages.size(); ++i) {
+            const auto& record = messages[i];
             const std::string text = record.message.isEmpty() ? std::string("(no message)")
                                                               : escaped(recordText(record), false);
             out_ << recordLine(record.level, text, indent + Step);
+            if (i < node.explanations.size() && !node.explanations[i].note.empty())
+                out_ << wrap("means: " + escaped(node.explanations[i].note, false),
+                             indent + Step + 9, indent + Step + 16);
         }
     }
 
@@ -325,7 +326,8 @@ private:
             text += separator + std::to_string(count) + " " + what;
             separator = ", ";
         }
-        out_ << "\n" << wrapped(text + ".", 0, 2 * Step);
+        const std::string kinds = troubleSummary(inspection_.nodes);
+        out_ << "\n" << wrapped(text + "." + (kinds.empty() ? "" : " " + kinds), 0, 2 * Step);
     }
 
     const Inspection& inspection_;

@@ -1,11 +1,12 @@
 // rombus: reads the Configuration ROMs of IEEE 1394 nodes, from the machine's buses or from image
 // files, through the libRombus module, and prints the device tree and the problems found.
+#include "CommandIo.h"
 #include "JsonReport.h"
+#include "Listing.h"
 #include "Options.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "TextReport.h"
-#include "inspect/AtomicFile.h"
 #include "inspect/Capture.h"
 #include "inspect/Inspection.h"
 #include "inspect/Registry.h"
@@ -18,17 +19,11 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <unistd.h>
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace rombus;
-
-// A message of the tool's own on standard error; the paths it names are shown escaped.
-void complain(const std::string& text) {
-    std::fprintf(stderr, "rombus: %s\n", escaped(text, false).c_str());
-}
 
 // The registry to read: the one given, which must be readable, or the one built with the tool.
 bool chooseRegistry(const Options& options, std::string& path) {
@@ -52,27 +47,14 @@ bool chooseRegistry(const Options& options, std::string& path) {
     return true;
 }
 
-// Writes the whole text to standard output; false, with a message, when it cannot (a full
-// disk): a report that did not arrive must not pass for a clean one. A reader that has gone
-// ends the tool by SIGPIPE before this returns, as it does other tools of a pipeline.
-bool writeOut(const std::string& text) {
-    errno = 0;
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                         std::fflush(stdout) == 0 && !std::ferror(stdout);
-    if (!written)
-        complain(std::string("standard output cannot be written: ") +
-                 (errno ? std::strerror(errno) : "unknown error"));
-    return written;
-}
-
 int report(const Inspection& inspection, const Options& options, const std::string& emptyText) {
     Layout layout = layoutOf(options.color);
     layout.dump = options.dump;
     if (options.dump && options.format == Format::Json)
         complain("--dump is not part of the JSON report; the entries are, under \"entries\"");
-    const std::string text = options.format == Format::Json
-                                 ? jsonText(jsonReport(inspection))
-                                 : textReport(inspection, emptyText, layout);
+    const std::string text = options.format == Format::Json ? jsonText(jsonReport(inspection))
+                             : options.brief                ? listing(inspection, emptyText)
+                                             : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
     const bool failed = hasProblems(inspection) || (options.strict && hasAdvisories(inspection));
@@ -111,17 +93,6 @@ int runScan(const Options& options) {
     return problems.empty() ? status : ExitUsage;
 }
 
-// An image file, or standard input for "-".
-lib1394::ImageFile readImage(const std::string& path, const Options& options) {
-    if (path == "-") {
-        if (::isatty(STDIN_FILENO))
-            std::fprintf(stderr, "rombus: reading a ROM image from standard input (end with "
-                                 "Ctrl-D)\n");
-        return lib1394::readImageStream("standard input", stdin, options.byteOrder, options.form);
-    }
-    return lib1394::readImageFile(path, options.byteOrder, options.form);
-}
-
 int runCheck(const Options& options) {
     std::string registry;
     if (!chooseRegistry(options, registry))
@@ -129,7 +100,7 @@ int runCheck(const Options& options) {
     std::vector<lib1394::ImageFile> images;
     bool inputError = false;
     for (const std::string& path : options.files) {
-        lib1394::ImageFile image = readImage(path, options);
+        lib1394::ImageFile image = readImage(path, options.byteOrder, options.form);
         if (image.ok()) {
             images.push_back(std::move(image));
         } else {
@@ -160,12 +131,7 @@ int runImport(const Options& options) {
     const fs::path parent = fs::path(options.importTo).parent_path();
     if (!parent.empty())
         fs::create_directories(parent, fsError);
-    const FileWrite written = writeWholeFile(options.importTo, registry, true);
-    if (!written.ok()) {
-        complain(options.importTo + ": " + written.reason);
-        return ExitUsage;
-    }
-    return ExitClean;
+    return writeFile(options.importTo, registry) ? ExitClean : ExitUsage;
 }
 
 } // namespace
@@ -181,6 +147,8 @@ int main(int argc, char** argv) {
         return writeOut(options.printed) ? ExitClean : ExitUsage;
     if (status >= 0)
         return status;
+    if (options.run)
+        return options.run(options);
     switch (options.command) {
     case Command::RegistryImport:
         return runImport(options);

@@ -42,6 +42,19 @@ public:
         return folder;
     }
 
+    // Adds the unit device fwN.M of a node folder made by addNode, with the modalias the kernel
+    // gave it, and answers its folder.
+    std::filesystem::path addUnit(const std::filesystem::path& node, unsigned index,
+                                  const std::string& modalias) const {
+        const std::filesystem::path controller =
+            node.parent_path().lexically_relative(root_ / "devices");
+        const std::filesystem::path unit =
+            add((controller / node.filename()).string(),
+                node.filename().string() + "." + std::to_string(index));
+        write(unit / "modalias", modalias + "\n");
+        return unit;
+    }
+
     static void write(const std::filesystem::path& file, const std::string& content) {
         std::ofstream(file, std::ios::binary | std::ios::trunc) << content;
     }

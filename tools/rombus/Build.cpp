@@ -1,0 +1,44 @@
+// rombus build DESC -o ROM: a ROM image from its YAML description.
+#include "CommandIo.h"
+#include "RomCommands.h"
+#include "inspect/RomDescription.h"
+#include "lib1394/RegularFile.h"
+
+namespace rombus {
+namespace {
+
+const char* const buildFooter =
+    "Builds a ROM image from a description in YAML (see 'rombus describe' and the README):\n"
+    "every offset, length and CRC is computed, the blocks laid out breadth first after\n"
+    "the root directory. Exit status: 0 built, 2 the description cannot be read or built.\n";
+
+// Descriptions are small: a ROM of 256 quadlets with a comment on each.
+constexpr size_t MaxDescriptionSize = 1 << 20;
+
+int runBuild(const Options& options) {
+    const std::string& path = options.files[0];
+    const lib1394::RegularFile file = lib1394::readRegularFile(path, MaxDescriptionSize);
+    if (!file.ok()) {
+        complain(path + ": " + file.error);
+        return ExitUsage;
+    }
+    std::string error;
+    const std::vector<uint8_t> rom = buildRom(file.content, error);
+    if (rom.empty()) {
+        complain(path + ": " + error);
+        return ExitUsage;
+    }
+    return writeRom(options.output, romInForm(rom, options.outputForm)) ? ExitClean : ExitUsage;
+}
+
+} // namespace
+
+void addBuild(CLI::App& app, Options& options) {
+    CLI::App* build = app.add_subcommand("build", "Build a ROM image from a YAML description");
+    build->add_option("FILE", options.files, "The description")->required()->expected(1);
+    addOutputOptions(*build, options, true);
+    build->footer(buildFooter);
+    build->callback([&options] { options.run = runBuild; });
+}
+
+} // namespace rombus

@@ -1,0 +1,78 @@
+#include "CommandIo.h"
+
+#include "Options.h"
+#include "Text.h"
+#include "inspect/AtomicFile.h"
+#include "inspect/Format.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+
+namespace rombus {
+
+void complain(const std::string& text) {
+    std::fprintf(stderr, "rombus: %s\n", escaped(text, false).c_str());
+}
+
+bool writeOut(const std::string& text) {
+    errno = 0;
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                         std::fflush(stdout) == 0 && !std::ferror(stdout);
+    if (!written)
+        complain(std::string("standard output cannot be written: ") +
+                 (errno ? std::strerror(errno) : "unknown error"));
+    return written;
+}
+
+lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order,
+                             lib1394::ImageForm form) {
+    if (path != "-")
+        return lib1394::readImageFile(path, order, form);
+    if (::isatty(STDIN_FILENO))
+        std::fprintf(stderr, "rombus: reading a ROM image from standard input (end with Ctrl-D)\n");
+    return lib1394::readImageStream("standard input", stdin, order, form);
+}
+
+bool writeFile(const std::string& path, const std::string& content) {
+    const FileWrite written = writeWholeFile(path, content, true);
+    if (!written.ok())
+        complain(path + ": " + written.reason);
+    return written.ok();
+}
+
+void addOutputOptions(CLI::App& command, Options& options, bool outputRequired) {
+    command.add_option("-o,--output", options.output, "ROM file to write; - for standard output")
+        ->type_name("OUT")
+        ->required(outputRequired);
+    options.outputForm = "be";
+    command
+        .add_option("--output-form", options.outputForm,
+                    "Form of the ROM written: be (binary, bus order; the default), le (binary,\n"
+                    "little-endian quadlets) or hex (text, one quadlet a line)")
+        ->type_name("be|le|hex")
+        ->check(CLI::IsMember({"be", "le", "hex"}).description(""));
+}
+
+std::string romInForm(const std::vector<uint8_t>& rom, const std::string& form) {
+    std::string out;
+    for (size_t at = 0; at + 4 <= rom.size(); at += 4) {
+        const uint32_t quadlet = uint32_t{rom[at]} << 24 | uint32_t{rom[at + 1]} << 16 |
+                                 uint32_t{rom[at + 2]} << 8 | rom[at + 3];
+        if (form == "hex")
+            out += format("%08X\n", quadlet);
+        else if (form == "le")
+            out += {static_cast<char>(quadlet), static_cast<char>(quadlet >> 8),
+                    static_cast<char>(quadlet >> 16), static_cast<char>(quadlet >> 24)};
+        else
+            out.append(reinterpret_cast<const char*>(rom.data() + at), 4);
+    }
+    return out;
+}
+
+bool writeRom(const std::string& path, const std::string& content) {
+    return path == "-" ? writeOut(content) : writeFile(path, content);
+}
+
+} // namespace rombus

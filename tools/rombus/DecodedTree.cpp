@@ -1,0 +1,54 @@
+#include "DecodedTree.h"
+
+#include "Text.h"
+#include "inspect/Format.h"
+#include "inspect/Names.h"
+#include "inspect/UnitTypes.h"
+
+namespace rombus {
+namespace {
+
+constexpr size_t Step = 2;
+constexpr size_t MaxDepth = 8;
+
+std::string entryLine(const decode::RomEntry& entry) {
+    std::string line =
+        format("%s  at %Xh  key %02Xh  ", entryName(entry.key).c_str(), entry.offset, entry.key);
+    if (!entry.target)
+        return line + format("%06Xh", entry.value);
+    line += format("-> %Xh", *entry.target);
+    if (entry.repeated)
+        line += " (shown before)";
+    if (entry.text)
+        line += "  \"" + escaped(*entry.text, true) + "\"";
+    return line;
+}
+
+void addEntries(const std::vector<decode::RomEntry>& entries, size_t indent, size_t depth,
+                size_t width, std::string& out) {
+    for (const decode::RomEntry& entry : entries) {
+        out += wrapped(entryLine(entry), indent, indent + 2 * Step, width);
+        if (depth < MaxDepth)
+            addEntries(entry.children, indent + Step, depth + 1, width, out);
+    }
+}
+
+} // namespace
+
+std::string decodedTreeText(const NodeView& node, size_t indent, size_t width) {
+    std::string out = wrapped("Read beyond the module's verdict (the module stopped at the bus "
+                              "information block; this is the decoder's own reading of the ROM, "
+                              "no vendor names):",
+                              indent, indent, width);
+    addEntries(node.decoded.root, indent + Step, 0, width, out);
+    for (size_t i = 0; i < node.decoded.units.size(); ++i) {
+        const decode::UnitIds& unit = node.decoded.units[i];
+        out += wrapped(format("Unit %zu at %Xh  %s  vendor %06Xh model %06Xh", i, unit.directory,
+                              decode::unitProtocol(unit.specifier, unit.version), unit.vendor,
+                              unit.model),
+                       indent + Step, indent + 3 * Step, width);
+    }
+    return out;
+}
+
+} // namespace rombus
