@@ -3,6 +3,7 @@
 #include "inspect/RomDecoder.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <string>
@@ -23,7 +24,8 @@ struct Advisory {
 // byte-reversed quadlets, lengths past the ROM's end, wrong CRCs of blocks the module did not
 // check, an EUI-64 leaf or a sysfs guid that disagrees with the bus information block, reserved
 // bus option values, and entries the module refuses that the unit's architecture defines.
-std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded, const lib1394::RomNode& node,
-                                   const libRombus::Messages& records);
+ROMBUS_API std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded,
+                                              const lib1394::RomNode& node,
+                                              const libRombus::Messages& records);
 
 } // namespace rombus

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -31,11 +33,11 @@ struct RomEntry {
 };
 
 // The quadlet at a ROM offset, if the image holds all of it.
-std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset);
+ROMBUS_API std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset);
 
 // The entries of the root directory and, nested, of every directory below it, each block read
 // once: a block reached again is marked repeated and not read again.
-std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom);
+ROMBUS_API std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom);
 
 // The ids the Linux kernel puts in a unit's modalias.
 struct UnitIds {
@@ -46,16 +48,16 @@ struct UnitIds {
 // The unit directories the root directory names (key D1h), in order, each with the vendor,
 // model, specifier and version ids as the kernel takes them: the root directory's, then those
 // of the unit directory in their place.
-std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom);
+ROMBUS_API std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom);
 
 // "ieee1394:venXXXXXXXXmoXXXXXXXXspXXXXXXXXverXXXXXXXX", as the kernel writes it.
-std::string modalias(const UnitIds& unit);
+ROMBUS_API std::string modalias(const UnitIds& unit);
 
 // The fields of the bus options quadlet (offset 8), as IEEE 1394 lays them out.
 struct BusOptions {
     unsigned irmc, cmc, isc, bmc, pmc, cycClkAcc, maxRec, maxRom, generation, linkSpeed;
 };
 
-std::optional<BusOptions> busOptionsOf(const std::vector<uint8_t>& rom);
+ROMBUS_API std::optional<BusOptions> busOptionsOf(const std::vector<uint8_t>& rom);
 
 } // namespace rombus::decode
