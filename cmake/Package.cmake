@@ -28,8 +28,8 @@ diagnostics framework, common library) and the inspection that gives, per
 node, the verdicts of the rombus tool and the decoded ROM.")
 # The vendor names of the tool's verdicts come from the registry the tool's package installs.
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS rombus)
-# A shlibs file, so that packages linking the libraries get their Depends.
-set(CPACK_DEBIAN_LIBRARIES_PACKAGE_GENERATE_SHLIBS ON)
+# A shlibs file for the package with libraries, so that packages linking them get their Depends.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME librombus-dev)
