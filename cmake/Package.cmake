@@ -9,6 +9,9 @@ set(CPACK_COMPONENTS_ALL tool libraries development)
 set(CPACK_PACKAGE_VENDOR "Rombus")
 set(CPACK_PACKAGE_CONTACT "Rombus developers <rombus@example.org>")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+# CPack puts a summary that is not its own default before every package's description; each
+# package's description below begins with its own synopsis instead.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME rombus)
