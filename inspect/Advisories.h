@@ -3,6 +3,7 @@
 #include "inspect/RomDecoder.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <string>
@@ -31,7 +32,9 @@ struct Advisory {
 // byte-reversed quadlets, lengths past the ROM's end, wrong CRCs the module did not record at its
 // CRC level, blocks that run into each other, an EUI-64 leaf or a sysfs guid that disagrees with
 // the bus information block, and bus option values IEEE 1394 reserves or forbids.
-std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded, const lib1394::RomNode& node,
-                                   const libRombus::Messages& records, unsigned crcLevel);
+ROMBUS_API std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded,
+                                              const lib1394::RomNode& node,
+                                              const libRombus::Messages& records,
+                                              unsigned crcLevel);
 
 } // namespace rombus

@@ -4,9 +4,13 @@
 #include "inspect/Registry.h"
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 
 namespace rombus {
 namespace {
+
+// The JSON Schema of the report, installed beside the vendor registry.
+constexpr const char* ReportSchema = "rombus-report.schema.json";
 
 std::string mainFooter() {
     return "Run 'rombus COMMAND --help' for the options of one command.\n"
@@ -17,7 +21,9 @@ std::string mainFooter() {
            "\n"
            "\n"
            "JSON: --format json writes one object described by the JSON Schema\n"
-           "  rombus-report.schema.json (doc/ in the source tree).\n"
+           "  " +
+           std::filesystem::path(defaultRegistryPath()).replace_filename(ReportSchema).string() +
+           "\n"
            "\n"
            "Exit status:\n"
            "  0  every node was read without a problem record\n"
