@@ -34,8 +34,9 @@ struct LiveFile {
     unsigned phyId() const { return state.node_id & PhysicalIdMask; }
 };
 
-// A card as its local node's file shows it: the bus's state and its topology map.
+// A card as its files show it: the bus's latest state, and its local node's topology map.
 struct CardView {
+    bool seen = false;
     fw_cdev_event_bus_reset state{};
     std::string localPath;
     std::optional<TopologyMap> topology;
@@ -166,6 +167,10 @@ LiveFile BusReader::readFile(const std::string& path) {
     file.card = live.card();
     readNode(live, path, file);
     file.state = live.state();
+    CardView& card = cards_[file.card];
+    if (!card.seen || file.state.generation >= card.state.generation)
+        card.state = file.state;
+    card.seen = true;
     file.node.guid =
         guidOfRom(file.node.rom) ? guidOfRom(file.node.rom) : guidOfRom(file.node.kernelRom);
     return file;
@@ -183,7 +188,6 @@ void BusReader::readNode(LiveNode& live, const std::string& path, LiveFile& file
     if (state.node_id != state.local_node_id || state.local_node_id == 0)
         return;
     CardView& card = cards_[live.card()];
-    card.state = state;
     card.localPath = path;
     card.topology = readTopology(live, card.topologyTrouble);
 }
@@ -191,8 +195,7 @@ void BusReader::readNode(LiveNode& live, const std::string& path, LiveFile& file
 void BusReader::tellCard(unsigned card, const CardView& view, const std::vector<LiveFile>& files,
                          std::vector<std::string>& notes) const {
     const std::string name = "card " + std::to_string(card) + ": ";
-    const fw_cdev_event_bus_reset& state =
-        view.localPath.empty() ? files.front().state : view.state;
+    const fw_cdev_event_bus_reset& state = view.state;
     notes.push_back(name + "generation " + std::to_string(state.generation) + "; local " +
                     nodeName(state.local_node_id) +
                     (view.localPath.empty() ? "" : " (" + view.localPath + ")") + ", root " +
