@@ -56,6 +56,7 @@ std::vector<std::string> deviceFiles(const fs::path& folder, std::vector<std::st
     return names;
 }
 
+// Why a device file could not be opened or asked for its node.
 std::string openTrouble(const std::string& path, int error) {
     if (error == EACCES || error == EPERM)
         return path +
@@ -96,6 +97,13 @@ std::optional<TopologyMap> readTopology(LiveNode& live, std::string& trouble) {
     return map;
 }
 
+RomPort portOf(const std::string& text, std::vector<LiveFile>& files) {
+    RomPort port{text, {}};
+    for (LiveFile& file : files)
+        port.nodes.push_back(std::move(file.node));
+    return port;
+}
+
 class BusReader {
 public:
     explicit BusReader(const LiveSetup& setup)
@@ -133,17 +141,10 @@ LiveView BusReader::read() {
             return a.phyId() < b.phyId();
         });
         tellCard(card, cards_[card], files, view.notes);
-        RomPort port{"card " + std::to_string(card), {}};
-        for (LiveFile& file : files)
-            port.nodes.push_back(std::move(file.node));
-        view.ports.push_back(std::move(port));
+        view.ports.push_back(portOf("card " + std::to_string(card), files));
     }
-    if (!unknown.empty()) {
-        RomPort port{"device files whose card is unknown", {}};
-        for (LiveFile& file : unknown)
-            port.nodes.push_back(std::move(file.node));
-        view.ports.push_back(std::move(port));
-    }
+    if (!unknown.empty())
+        view.ports.push_back(portOf("device files whose card is unknown", unknown));
     return view;
 }
 
@@ -159,8 +160,7 @@ LiveFile BusReader::readFile(const std::string& path) {
     LiveNode live(*device, clock_, setup_.limits,
                   std::min(clock_.now() + setup_.limits.node, deadline_));
     if (const int error = live.askKernel(&file.node.kernelRom)) {
-        file.node.notes.push_back(path +
-                                  ": the kernel told nothing of the node: " + deviceTrouble(error));
+        file.node.notes.push_back(openTrouble(path, error));
         return file;
     }
     file.known = true;

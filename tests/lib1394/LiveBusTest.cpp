@@ -324,6 +324,21 @@ TEST(LiveBus, FindsNoDeviceFilesInAnEmptyOrMissingFolder) {
     EXPECT_EQ(view.notes[0].rfind(setup.folder + ": cannot be listed: ", 0), 0u) << view.notes[0];
 }
 
+// The machine's own device, opened on a regular file: the kernel's ioctl refuses it, as it would
+// any file that is no FireWire device.
+TEST(LiveBus, NamesAFileThatIsNoFireWireDevice) {
+    rombus_test::TestFolder folder;
+    const std::string path = folder.write("fw0", "not a device");
+    lib1394::LiveSetup setup;
+    setup.folder = folder.path().string();
+    const lib1394::LiveView view = lib1394::LiveBus::read(setup);
+    ASSERT_EQ(view.ports.size(), 1u);
+    ASSERT_EQ(view.ports[0].nodes.size(), 1u);
+    EXPECT_FALSE(view.ports[0].nodes[0].accessible);
+    EXPECT_EQ(joined(view.ports[0].nodes[0].notes),
+              path + ": not a FireWire device file (the kernel refused its requests)\n");
+}
+
 TEST(KernelCopy, TellsRunsOfEachKindOfDifference) {
     using rombus_test::busOrderBytes;
     const auto device = busOrderBytes({0x0404ABCD, 0x11, 0x22, 0x33, 0x44, 0x55, 0});
