@@ -48,6 +48,23 @@ std::string joined(const std::vector<std::string>& lines) {
     return text;
 }
 
+// The node of a device file is not accessible, and its notes tell why.
+void expectUnread(const lib1394::LiveView& view, const std::string& path,
+                  const std::string& reason) {
+    const lib1394::RomNode* node = find(view, path);
+    ASSERT_NE(node, nullptr) << path;
+    EXPECT_FALSE(node->accessible) << path;
+    EXPECT_NE(joined(node->notes).find(reason), std::string::npos) << joined(node->notes);
+}
+
+// The offset and kind of every difference, a line each.
+std::string summary(const std::vector<lib1394::RomDifference>& differences) {
+    std::string text;
+    for (const auto& difference : differences)
+        text += std::to_string(difference.offset) + " " + difference.kind + "\n";
+    return text;
+}
+
 // How often each ROM quadlet was asked for.
 std::map<unsigned, unsigned> romReads(const FwKernel::Node& node) {
     std::map<unsigned, unsigned> reads;
@@ -197,11 +214,7 @@ TEST(LiveBus, TellsWhatKeptEachNodeFromBeingReadAndReadsTheOthers) {
               std::string::npos)
         << joined(cut->notes);
 
-    const lib1394::RomNode* booting = find(view, rig.path("fw3"));
-    ASSERT_NE(booting, nullptr);
-    EXPECT_FALSE(booting->accessible);
-    EXPECT_NE(joined(booting->notes).find("still 0 after 5 reads 1000 ms apart"), std::string::npos)
-        << joined(booting->notes);
+    expectUnread(view, rig.path("fw3"), "still 0 after 5 reads 1000 ms apart");
 
     const lib1394::RomNode* fine = find(view, rig.path("fw4"));
     ASSERT_NE(fine, nullptr);
@@ -262,18 +275,12 @@ TEST(LiveBus, ReadsNoQuadletPastTheRomsBoundAndShowsWhatTheKernelDropped) {
 
     const auto differences = lib1394::compareKernelCopy(read->rom, read->kernelRom);
     ASSERT_EQ(differences.size(), 3u);
-    EXPECT_EQ(differences[0].offset, 24u);
-    EXPECT_EQ(differences[0].kind, "kernel-zeroed");
+    EXPECT_EQ(summary(differences), "24 kernel-zeroed\n1000 kernel-zeroed\n1004 kernel-missing\n");
     EXPECT_NE(differences[0].text.find("(device D1FFFFFFh, kernel 00000000h)"), std::string::npos)
         << differences[0].text;
-    EXPECT_EQ(differences[1].offset, 1000u);
-    EXPECT_EQ(differences[1].kind, "kernel-zeroed");
-    EXPECT_EQ(differences[2].offset, 1004u);
-    EXPECT_EQ(differences[2].kind, "kernel-missing");
-    EXPECT_EQ(differences[2].text.rfind("quadlets 251 to 255 (offsets 3ECh to 3FCh) are on the "
-                                        "device but past the end of the kernel's copy",
-                                        0),
-              0u)
+    EXPECT_TRUE(differences[2].text.starts_with("quadlets 251 to 255 (offsets 3ECh to 3FCh) are "
+                                                "on the device but past the end of the kernel's "
+                                                "copy"))
         << differences[2].text;
 }
 
@@ -293,18 +300,10 @@ TEST(LiveBus, KeepsEveryNodeAndTheWholeBusWithinTheirTime) {
 
     EXPECT_GE(rig.kernel.elapsed(), 5000ms);
     EXPECT_LE(rig.kernel.elapsed(), 5050ms);
-    for (const char* file : {"fw0", "fw1", "fw2"}) {
-        const lib1394::RomNode* spent = find(view, rig.path(file));
-        ASSERT_NE(spent, nullptr);
-        EXPECT_FALSE(spent->accessible);
-        EXPECT_NE(joined(spent->notes).find("the time for the node was spent"), std::string::npos)
-            << joined(spent->notes);
-    }
-    const lib1394::RomNode* late = find(view, rig.path("fw3"));
-    ASSERT_NE(late, nullptr);
-    EXPECT_FALSE(late->accessible);
-    EXPECT_EQ(joined(late->notes),
-              rig.path("fw3") + ": not read: the 5000 ms the whole bus may take were spent\n");
+    for (const char* file : {"fw0", "fw1", "fw2"})
+        expectUnread(view, rig.path(file), "the time for the node was spent");
+    expectUnread(view, rig.path("fw3"),
+                 rig.path("fw3") + ": not read: the 5000 ms the whole bus may take were spent\n");
 }
 
 TEST(LiveBus, FindsNoDeviceFilesInAnEmptyOrMissingFolder) {
@@ -347,25 +346,16 @@ TEST(KernelCopy, TellsRunsOfEachKindOfDifference) {
     const auto differences =
         lib1394::compareKernelCopy(device, busOrderBytes({0x0404ABCD, 0, 0, 0x99, 0x44}));
     ASSERT_EQ(differences.size(), 3u);
-    EXPECT_EQ(differences[0].offset, 4u);
-    EXPECT_EQ(differences[0].kind, "kernel-zeroed");
-    EXPECT_EQ(differences[0].text.rfind("quadlets 1 to 2 (offsets 004h to 008h) are on the device "
-                                        "but 0 in the kernel's copy",
-                                        0),
-              0u)
-        << differences[0].text;
-    EXPECT_EQ(differences[1].offset, 12u);
-    EXPECT_EQ(differences[1].kind, "changed");
-    EXPECT_NE(differences[1].text.find("(device 00000033h, kernel 00000099h)"), std::string::npos);
     // Past the kernel's end only the 0x55 counts: a trailing 0 is what a gap reads as.
-    EXPECT_EQ(differences[2].offset, 20u);
-    EXPECT_EQ(differences[2].kind, "kernel-missing");
+    EXPECT_EQ(summary(differences), "4 kernel-zeroed\n12 changed\n20 kernel-missing\n");
+    EXPECT_TRUE(differences[0].text.starts_with("quadlets 1 to 2 (offsets 004h to 008h) are on "
+                                                "the device but 0 in the kernel's copy"))
+        << differences[0].text;
+    EXPECT_NE(differences[1].text.find("(device 00000033h, kernel 00000099h)"), std::string::npos);
 
     const auto longer =
         lib1394::compareKernelCopy(busOrderBytes({0x0404ABCD}), busOrderBytes({0x0404ABCD, 7, 0}));
-    ASSERT_EQ(longer.size(), 1u);
-    EXPECT_EQ(longer[0].offset, 4u);
-    EXPECT_EQ(longer[0].kind, "device-missing");
+    EXPECT_EQ(summary(longer), "4 device-missing\n");
 }
 
 TEST(TopologyMap, TakesNodesFromTheFirstSelfIdPacketOfEach) {
