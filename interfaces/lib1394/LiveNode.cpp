@@ -129,6 +129,19 @@ Answer LiveNode::transact(uint64_t address, uint32_t& value) {
     return awaitResponse(request.closure, value);
 }
 
+// A bus reset event, unless it tells a generation the kernel already answered with: the event of
+// a reset that a request's response announced first may come after the node was asked anew.
+void LiveNode::takeReset(const void* event, size_t size) {
+    fw_cdev_event_bus_reset reset{};
+    if (size < sizeof(reset))
+        return;
+    std::memcpy(&reset, event, sizeof(reset));
+    if (reset.generation == state_.generation)
+        return;
+    state_ = reset;
+    resetSeen_ = true;
+}
+
 // Reads events until the response of the request with this closure comes. Responses to earlier
 // requests that came too late are dropped; a bus reset is taken in, and makes the response,
 // whatever it says, one from a bus that is gone.
@@ -146,7 +159,7 @@ Answer LiveNode::awaitResponse(uint64_t closure, uint32_t& value) {
         if (!take(event, size, common))
             continue;
         if (common.type == FW_CDEV_EVENT_BUS_RESET) {
-            resetSeen_ = take(event, size, state_) || resetSeen_;
+            takeReset(event.bytes, size);
             continue;
         }
         fw_cdev_event_response response{};

@@ -49,6 +49,7 @@ public:
 private:
     Answer transact(uint64_t address, uint32_t& value);
     Answer awaitResponse(uint64_t closure, uint32_t& value);
+    void takeReset(const void* event, size_t size);
     Answer judge(uint32_t rcode, const uint8_t* data, uint32_t length, uint32_t& value);
 
     FwDevice& device_;

@@ -142,6 +142,10 @@ TEST(LiveBus, RidesOutBusyAndSilentNodesBootingNodesResetsAndChanges) {
     flaky.bootingReads = 2;
     FwKernel::Node& reset = rig.kernel.add("fw1", node(0, 1, rom));
     reset.resetAfter = 5;
+    // The kernel may tell the reset after the response it failed, once the node was asked anew.
+    FwKernel::Node& lateReset = rig.kernel.add("fw3", node(0, 3, rom));
+    lateReset.resetAfter = 20;
+    lateReset.resetEventLate = true;
     FwKernel::Node& changing = rig.kernel.add("fw2", node(0, 2, rom));
     changing.changeAfter = 8;
     changing.changedRom = changed;
@@ -158,11 +162,19 @@ TEST(LiveBus, RidesOutBusyAndSilentNodesBootingNodesResetsAndChanges) {
     const lib1394::RomNode* second = find(view, rig.path("fw1"));
     ASSERT_NE(second, nullptr);
     EXPECT_EQ(second->rom, rom);
-    EXPECT_EQ(rig.kernel.generation(0), 1u);
+    EXPECT_EQ(rig.kernel.generation(0), 2u);
     EXPECT_EQ(reset.requests.back().generation, 1u);
     EXPECT_NE(joined(second->notes).find("read anew after 1 bus resets and 0 changes"),
               std::string::npos)
         << joined(second->notes);
+
+    const lib1394::RomNode* fourth = find(view, rig.path("fw3"));
+    ASSERT_NE(fourth, nullptr);
+    EXPECT_EQ(fourth->rom, rom);
+    EXPECT_EQ(joined(fourth->notes),
+              rig.path("fw3") +
+                  ": the ROM was read anew after 1 bus resets and 0 changes of its first quadlets "
+                  "while it was read\n");
 
     const lib1394::RomNode* third = find(view, rig.path("fw2"));
     ASSERT_NE(third, nullptr);
@@ -170,8 +182,8 @@ TEST(LiveBus, RidesOutBusyAndSilentNodesBootingNodesResetsAndChanges) {
     EXPECT_EQ(third->guid, 0x0030E000000000FFull);
     EXPECT_NE(joined(third->notes).find("after 0 bus resets and 1 changes"), std::string::npos)
         << joined(third->notes);
-    // The bus reset fw1 met is in the state the card shows.
-    EXPECT_NE(joined(view.notes).find("card 0: generation 1;"), std::string::npos)
+    // The bus resets fw1 and fw3 met are in the state the card shows.
+    EXPECT_NE(joined(view.notes).find("card 0: generation 2;"), std::string::npos)
         << joined(view.notes);
 }
 

@@ -52,6 +52,7 @@ public:
         unsigned bootingReads = 0; // reads of the first quadlet that answer 0
         // After this many requests: a bus reset, the ROM replaced, the node gone.
         std::optional<unsigned> resetAfter;
+        bool resetEventLate = false; // the reset's event comes after the response it failed
         std::optional<unsigned> changeAfter;
         std::vector<uint8_t> changedRom;
         std::optional<unsigned> vanishAfter;
@@ -170,8 +171,11 @@ private:
             node.gone = true;
             return ENODEV;
         }
-        if (node.resetAfter && count == *node.resetAfter + 1)
-            busReset(node.card);
+        const bool reset = node.resetAfter && count == *node.resetAfter + 1;
+        if (reset)
+            ++generations_[node.card];
+        if (reset && !node.resetEventLate)
+            announceReset(node.card);
         if (node.changeAfter && count == *node.changeAfter + 1)
             node.rom = node.changedRom;
         std::vector<uint8_t> data;
@@ -180,6 +184,8 @@ private:
                                    : serve(node, request.offset, data);
         if (rcode != NoResponse)
             respond(node, request.closure, rcode, data);
+        if (reset && node.resetEventLate)
+            announceReset(node.card);
         return 0;
     }
 
@@ -235,8 +241,7 @@ private:
                 device->events_.push_back(event);
     }
 
-    void busReset(unsigned card) {
-        ++generations_[card];
+    void announceReset(unsigned card) {
         for (Device* device : devices_) {
             if (device->node()->card != card)
                 continue;
