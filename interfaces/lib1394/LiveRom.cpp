@@ -2,9 +2,12 @@
 
 #include "lib1394/HexText.h"
 
+#include <algorithm>
 #include <array>
 #include <bitset>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace lib1394 {
 namespace {
