@@ -3,6 +3,7 @@
 #include "lib1394/LiveNode.h"
 #include "lib1394/LiveRom.h"
 #include "lib1394/NodeNames.h"
+#include "lib1394/SysfsBus.h"
 #include "lib1394/TopologyMap.h"
 
 #include <algorithm>
@@ -104,6 +105,17 @@ RomPort portOf(const std::string& text, std::vector<LiveFile>& files) {
     return port;
 }
 
+// A card's nodes past the 63 a bus holds (files of nodes gone, not yet removed), noted and left
+// out, so that every node keeps a node id of its own.
+void dropPastTheLast(unsigned card, std::vector<LiveFile>& files, std::vector<std::string>& notes) {
+    for (size_t i = SysfsBus::MaxNodes; i < files.size(); ++i)
+        notes.push_back("card " + std::to_string(card) + ": " + files[i].node.label +
+                        " not read: the card already holds " + std::to_string(SysfsBus::MaxNodes) +
+                        " nodes, the most a bus has");
+    if (files.size() > SysfsBus::MaxNodes)
+        files.resize(SysfsBus::MaxNodes);
+}
+
 class BusReader {
 public:
     explicit BusReader(const LiveSetup& setup)
@@ -141,6 +153,7 @@ LiveView BusReader::read() {
             return a.phyId() < b.phyId();
         });
         tellCard(card, cards_[card], files, view.notes);
+        dropPastTheLast(card, files, view.notes);
         view.ports.push_back(portOf("card " + std::to_string(card), files));
     }
     if (!unknown.empty())

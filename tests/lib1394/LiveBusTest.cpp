@@ -318,6 +318,26 @@ TEST(LiveBus, KeepsEveryNodeAndTheWholeBusWithinTheirTime) {
                  rig.path("fw3") + ": not read: the 5000 ms the whole bus may take were spent\n");
 }
 
+// Files of nodes gone but not yet removed can make a card show more files than a bus has nodes.
+TEST(LiveBus, KeepsAtMost63NodesACard) {
+    LiveBusRig rig;
+    const auto rom = rombus_bench::typicalRom();
+    for (unsigned i = 0; i < 65; ++i)
+        rig.kernel.add("fw" + std::to_string(i), node(0, i % 63, rom, i == 0));
+    const lib1394::LiveView view = lib1394::LiveBus::read(rig.kernel.setup());
+    ASSERT_EQ(view.ports.size(), 1u);
+    EXPECT_EQ(view.ports[0].nodes.size(), 63u);
+    const std::string notes = joined(view.notes);
+    EXPECT_NE(notes.find("card 0: " + rig.path("fw62") +
+                         " not read: the card already holds 63 "
+                         "nodes, the most a bus has\n"),
+              std::string::npos)
+        << notes;
+    // In the order of their physical ids fw63 and fw64 come second and fourth.
+    EXPECT_NE(notes.find("card 0: " + rig.path("fw61") + " not read"), std::string::npos);
+    EXPECT_EQ(view.ports[0].nodes[3].label, rig.path("fw64"));
+}
+
 TEST(LiveBus, FindsNoDeviceFilesInAnEmptyOrMissingFolder) {
     LiveBusRig rig;
     rig.folder.write("fw1.0", "");
