@@ -198,7 +198,8 @@ void BusReader::readNode(LiveNode& live, const std::string& path, LiveFile& file
     }
     readDeviceRom(live, path, file.node);
     const fw_cdev_event_bus_reset& state = live.state();
-    if (state.node_id != state.local_node_id || state.local_node_id == 0)
+    file.node.local = state.node_id == state.local_node_id && state.local_node_id != 0;
+    if (!file.node.local)
         return;
     CardView& card = cards_[live.card()];
     card.localPath = path;

@@ -108,6 +108,8 @@ TEST(LiveBus, ReadsEveryNodeFromTheDeviceBesideTheKernelsCopy) {
     EXPECT_EQ(read.rom, far);
     EXPECT_EQ(read.kernelRom, std::vector<uint8_t>(far.begin(), far.begin() + 40));
     EXPECT_EQ(read.guid, 0x0030E000000000A2ull);
+    EXPECT_TRUE(view.ports[0].nodes[0].local);
+    EXPECT_FALSE(read.local);
     EXPECT_TRUE(read.notes.empty()) << joined(read.notes);
     // Quadlet reads only; every quadlet once, but the first six, read again at the end.
     for (const fw_cdev_send_request& request : cut.requests) {
