@@ -36,7 +36,11 @@ const char* const scanFooter =
     "Reads every node of the machine's FireWire buses as Linux shows them under\n"
     "ROOT/bus/firewire/devices: each node's ROM, and per unit the driver bound to it.\n"
     "--save-roms writes each node's ROM to FOLDER/<GUID>.rom, raw binary in bus order,\n"
-    "for 'rombus check' to read back; an existing file is kept unless --overwrite.\n";
+    "for 'rombus check' to read back; an existing file is kept unless --overwrite.\n"
+    "--live reads each node's ROM from the device itself through DIR/fw* (--dev, /dev by\n"
+    "default), quadlet by quadlet as the kernel does, up to 256 quadlets, the kernel's\n"
+    "copy kept beside it; it needs root or the group owning the files. No fw* file\n"
+    "there is a usage error.\n";
 
 const char* const checkFooter =
     "Reads ROM image files, each one node, 63 to a port, in the order given; '-' reads\n"
@@ -109,6 +113,13 @@ void addScan(CLI::App& app, Options& options) {
     scan->add_option("--sysfs", options.sysfsRoot, "Root of the sysfs tree to read")
         ->type_name("ROOT")
         ->capture_default_str();
+    CLI::Option* live = scan->add_flag(
+        "--live", options.live, "Read each node's ROM from the device through the fw* files");
+    live->excludes("--sysfs");
+    scan->add_option("--dev", options.devFolder, "Folder of the fw* device files for --live")
+        ->type_name("DIR")
+        ->capture_default_str()
+        ->needs(live);
     scan->add_option("--save-roms", options.saveRoms, "Save every node's ROM in this folder")
         ->type_name("FOLDER");
     scan->add_flag("--overwrite", options.overwrite, "Let --save-roms replace existing files");
