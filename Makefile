@@ -33,17 +33,27 @@ sample: build
 install: build
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
-# The Debian package, in build-package/: make package; dpkg -i build-package/rombus_*.deb
+# The Debian packages, in build-package/: rombus (the tool), librombus0 (the shared libraries) and
+# librombus-dev (headers, CMake package, pkg-config): make package; dpkg -i build-package/*.deb
+# Built with Debian's build flags and every hardening feature (stack protector, fortified
+# functions, PIE, read-only relocations bound now), as a package of the archive is.
 PACKAGE_BUILD ?= build-package
+BUILDFLAGS = DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get
 package:
 	@scripts/setup package
 	@cmake -S . -B $(PACKAGE_BUILD) $(CMAKE_FLAGS) -DBUILD_TESTING=OFF -DROMBUS_BENCH=OFF \
-	    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON > /dev/null
+	    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON \
+	    "-DCMAKE_C_FLAGS=$$($(BUILDFLAGS) CFLAGS) $$($(BUILDFLAGS) CPPFLAGS)" \
+	    "-DCMAKE_CXX_FLAGS=$$($(BUILDFLAGS) CXXFLAGS) $$($(BUILDFLAGS) CPPFLAGS)" \
+	    "-DCMAKE_EXE_LINKER_FLAGS=$$($(BUILDFLAGS) LDFLAGS)" \
+	    "-DCMAKE_SHARED_LINKER_FLAGS=$$($(BUILDFLAGS) LDFLAGS)" > /dev/null
 	@cmake --build $(PACKAGE_BUILD) -j$(JOBS)
-	@cd $(PACKAGE_BUILD) && cpack -G DEB > /dev/null && ls rombus_*.deb
+	@cd $(PACKAGE_BUILD) && rm -f *.deb && cpack -G DEB > /dev/null && ls *.deb
 
-# What CI proves of the package: unpacked into a temporary root (the machine untouched), its
-# tool reads the sample bus and a consumer program builds against its CMake package and runs.
+# What CI proves of the packages: unpacked into a temporary root (the machine untouched), the tool
+# reads the sample bus, the consumer example builds against the -dev package with the compiler's
+# default flags and gives the tool's statuses, the headers declare only what the libraries
+# export, and lintian (pedantic) finds no error and no warning.
 package-check: package
 	@scripts/package-check $(PACKAGE_BUILD)
 

@@ -11,6 +11,7 @@
 #include "libRombus/Declarations.h"
 #include "libRombus/Lib1394SysInfo.h"
 #include "libRombus/Lib1394Util.h"
+#include "rombus_support/FwKernel.h"
 #include "rombus_support/HostileRoms.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TypicalRom.h"
@@ -218,6 +219,32 @@ void HostileDoubling63(benchmark::State& state) {
                      std::vector<std::vector<uint8_t>>(FullPort, rombus_test::deepDoublingRom()));
 }
 
+// Four cards of 63 nodes read live through the kernel's stand-in, the typical ROM on each node:
+// the live reader's own cost (requests, events, retries' bookkeeping) beside the bus's.
+void LiveRead252(benchmark::State& state) {
+    const fs::path folder =
+        fs::temp_directory_path() / ("rombus-bench-live-" + std::to_string(::getpid()));
+    fs::create_directories(folder);
+    rombus_test::FwKernel kernel(folder);
+    const std::vector<uint8_t> rom = rombus_bench::typicalRom();
+    for (unsigned card = 0; card < 4; ++card)
+        for (unsigned phyId = 0; phyId < FullPort; ++phyId) {
+            rombus_test::FwKernel::Node node;
+            node.card = card;
+            node.phyId = phyId;
+            node.local = phyId == 0;
+            node.rom = node.kernelRom = rom;
+            kernel.add("fw" + std::to_string(card * FullPort + phyId), std::move(node));
+        }
+    for (auto _ : state) {
+        const lib1394::LiveView view = lib1394::LiveBus::read(kernel.setup());
+        if (view.ports.size() != 4 || view.ports[3].nodes.size() != FullPort ||
+            view.ports[3].nodes.back().rom != rom)
+            state.SkipWithError("the live bus did not read 252 nodes");
+    }
+    fs::remove_all(folder);
+}
+
 BENCHMARK(Crc16_1KB);
 BENCHMARK(ReadConfigROM);
 BENCHMARK(ReadConfigROM_NoDevice);
@@ -226,6 +253,7 @@ BENCHMARK(RegistryFgetsFloor)->Unit(benchmark::kMicrosecond);
 BENCHMARK(Enumerate252)->Unit(benchmark::kMillisecond);
 BENCHMARK(HostileLookupStorm)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(HostileDoubling63)->Unit(benchmark::kMillisecond);
+BENCHMARK(LiveRead252)->Unit(benchmark::kMillisecond);
 
 // Shows the runs as usual and keeps, per benchmark, the median time of one iteration (the only
 // run when there are no repetitions), in seconds.

@@ -1,38 +1,53 @@
 # What `cmake --install` puts under the prefix: the tool, the shared libraries with their
 # versions, the public headers under include/rombus, a CMake package and a pkg-config file for
-# programs that link the module, the man page, the bash completion and the vendor registry.
+# programs that link the module, the man page, the bash completion, the JSON Schema of the report
+# and the vendor registry. Each file belongs to the component of its Debian package
+# (cmake/Package.cmake): tool, libraries or development.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS rombus RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(TARGETS zul vesk5 lib1394 Rombus EXPORT RombusTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+install(TARGETS rombus RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+# The libraries in the runtime package, their unversioned links with the development files.
+install(TARGETS zul vesk5 lib1394 Rombus RombusInspect EXPORT RombusTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus)
 
-# The public headers: the platform layers whole, and of the module its exported classes and
-# records with what they include. The parse tree and the module's logging stay inside.
+# The public headers: the platform layers whole, of the module its exported classes and records
+# with what they include, and the inspection: inspect/Rombus.h and what it includes. The parse
+# tree, the module's logging and the tool's tables stay inside. Each declares only what the
+# libraries export (scripts/check-exports).
 foreach(layer zul vesk5 lib1394)
     install(DIRECTORY interfaces/${layer} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus
-        FILES_MATCHING PATTERN "*.h")
+        COMPONENT development FILES_MATCHING PATTERN "*.h")
 endforeach()
 install(FILES
-    libRombus/Declarations.h
     libRombus/Handles.h
     libRombus/Lib1394SysInfo.h
     libRombus/Lib1394Util.h
     libRombus/Message.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/libRombus)
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/libRombus COMPONENT development)
+install(FILES
+    inspect/Advisories.h
+    inspect/Inspection.h
+    inspect/NodeDevices.h
+    inspect/NodeView.h
+    inspect/RomDecoder.h
+    inspect/RomWalk.h
+    inspect/Rombus.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect COMPONENT development)
 
 set(ROMBUS_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Rombus)
-install(EXPORT RombusTargets NAMESPACE Rombus:: DESTINATION ${ROMBUS_CMAKE_DIR})
+install(EXPORT RombusTargets NAMESPACE Rombus:: DESTINATION ${ROMBUS_CMAKE_DIR}
+    COMPONENT development)
 configure_package_config_file(cmake/RombusConfig.cmake.in
     ${CMAKE_BINARY_DIR}/RombusConfig.cmake INSTALL_DESTINATION ${ROMBUS_CMAKE_DIR})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/RombusConfigVersion.cmake
     COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/RombusConfig.cmake ${CMAKE_BINARY_DIR}/RombusConfigVersion.cmake
-    DESTINATION ${ROMBUS_CMAKE_DIR})
+    DESTINATION ${ROMBUS_CMAKE_DIR} COMPONENT development)
 
 configure_file(cmake/rombus.pc.in ${CMAKE_BINARY_DIR}/rombus.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/rombus.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_BINARY_DIR}/rombus.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)
 
 # The man page and the changelog compressed as Debian keeps them (gzip -9n: no name, no time).
 foreach(document rombus.1 changelog)
@@ -44,11 +59,26 @@ foreach(document rombus.1 changelog)
 endforeach()
 add_custom_target(rombus_documents ALL
     DEPENDS ${CMAKE_BINARY_DIR}/doc/rombus.1.gz ${CMAKE_BINARY_DIR}/doc/changelog.gz)
-install(FILES ${CMAKE_BINARY_DIR}/doc/rombus.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${CMAKE_BINARY_DIR}/doc/rombus.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+    COMPONENT tool)
 install(FILES doc/rombus.bash-completion DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-    RENAME rombus)
+    RENAME rombus COMPONENT tool)
+# The schema lies beside the registry in the build tree too, where `rombus --help` names it.
+configure_file(doc/rombus-report.schema.json ${CMAKE_BINARY_DIR}/share/rombus/rombus-report.schema.json
+    COPYONLY)
+install(FILES doc/rombus-report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
 if(TARGET rombus_registry)
-    install(FILES ${ROMBUS_REGISTRY} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus)
+    install(FILES ${ROMBUS_REGISTRY} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
 endif()
-install(FILES doc/copyright DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(FILES ${CMAKE_BINARY_DIR}/doc/changelog.gz DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# Every package's copyright and changelog under share/doc/PACKAGE, and its lintian overrides.
+foreach(component tool libraries development)
+    string(TOUPPER ${component} upper)
+    set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    install(FILES doc/copyright ${CMAKE_BINARY_DIR}/doc/changelog.gz
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+    if(EXISTS ${PROJECT_SOURCE_DIR}/cmake/lintian/${package})
+        install(FILES cmake/lintian/${package} DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+            COMPONENT ${component})
+    endif()
+endforeach()

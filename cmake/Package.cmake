@@ -1,29 +1,55 @@
-# `cpack -G DEB` (make package): one Debian package with the tool, its libraries, their
-# development files, the man page, the completion and the vendor registry built from ieee-data.
-set(CPACK_PACKAGE_NAME rombus)
+# `cpack -G DEB` (make package): three Debian packages, as Debian splits a library and its tool:
+#   rombus         the tool (linked with static copies of the layers), its man page, completion,
+#                  JSON Schema and the vendor registry built from ieee-data;
+#   librombus0     the shared libraries, named after libRombus.so.0 (lintian matches one SONAME);
+#   librombus-dev  the headers, the unversioned .so links, the CMake package and pkg-config file.
+# Each holds its own copyright and changelog, and its lintian overrides with their reasons.
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL tool libraries development)
 set(CPACK_PACKAGE_VENDOR "Rombus")
 set(CPACK_PACKAGE_CONTACT "Rombus developers <rombus@example.org>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "IEEE 1394 Configuration ROM reader and checker")
-set(CPACK_PACKAGE_DESCRIPTION
-    "rombus reads the Configuration ROM of every node of the machine's FireWire\n"
-    "buses, or of ROM image files, decodes it by the IEEE 1212 rules, verifies\n"
-    "every CRC-16 and the bus name, checks each directory's entries, names vendors\n"
-    "from the IEEE registry and reports every problem per node, as text or JSON.\n"
-    "The package also holds the libraries and headers for diagnostics programs\n"
-    "that link the module.")
-set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+# CPack puts a summary that is not its own default before every package's description; each
+# package's description below begins with its own synopsis instead.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# Depends from the libraries the programs link, found by dpkg-shlibdeps; our own are in the
-# package itself.
+
+set(CPACK_DEBIAN_TOOL_PACKAGE_NAME rombus)
+set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "IEEE 1394 Configuration ROM reader and checker
+rombus reads the Configuration ROM of every node of the machine's FireWire
+buses, or of ROM image files, decodes it by the IEEE 1212 rules, verifies
+every CRC-16 and the bus name, checks each directory's entries, names vendors
+from the IEEE registry and reports every problem per node, as text or JSON.")
+
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME librombus0)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_LIBRARIES_DESCRIPTION "IEEE 1394 Configuration ROM checking libraries
+The libraries of rombus: the module that reads and checks the Configuration
+ROM of IEEE 1394 (FireWire) nodes, its platform layers (bus access,
+diagnostics framework, common library) and the inspection that gives, per
+node, the verdicts of the rombus tool and the decoded ROM.")
+# The vendor names of the tool's verdicts come from the registry the tool's package installs.
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS rombus)
+# A shlibs file for the package with libraries, so that packages linking them get their Depends.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
+
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME librombus-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "IEEE 1394 Configuration ROM checking libraries (development files)
+Headers, CMake package (find_package(Rombus), targets Rombus::Inspect and
+Rombus::Rombus) and pkg-config file (rombus) for programs that link the
+rombus libraries. inspect/Rombus.h is the entry point that gives a program
+the verdicts of the rombus tool.")
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS libraries)
+
+# Depends from the libraries the programs link, found by dpkg-shlibdeps.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/bin)
-# A shlibs file for the libraries, so that packages linking them get their Depends.
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-# The dynamic linker's cache is renewed by dpkg's trigger when the libraries come or go.
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 if(NOT TARGET rombus_registry)
-    set(CPACK_DEBIAN_PACKAGE_RECOMMENDS ieee-data)
+    set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS ieee-data)
 endif()
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -2,6 +2,7 @@
 
 // How the fuzz targets read their input: the first byte chooses the mode of the run, the rest is
 // the data. The corpus generator writes its seeds through the same definitions.
+#include <cstddef>
 #include <cstdint>
 
 namespace rombus_fuzz {
@@ -20,5 +21,18 @@ constexpr uint8_t ImageFromFile = 0x04;
 constexpr uint8_t imageMode(unsigned order, bool fromFile) {
     return static_cast<uint8_t>((order & 3) | (fromFile ? ImageFromFile : 0));
 }
+
+// Live target: the first byte's bits choose what the node does wrong, the next two bytes where
+// (a quadlet, or a number of requests) and how often; the rest is the device's ROM.
+enum LiveFault : uint8_t {
+    LiveBusy = 0x01,        // the quadlet at the position answers busy, count times
+    LiveSilent = 0x02,      // the quadlet at the position gets no response, count times
+    LiveBooting = 0x04,     // the first quadlet reads 0, count times
+    LiveReset = 0x08,       // a bus reset after position requests
+    LiveChange = 0x10,      // the ROM's quadlets reversed after position requests
+    LiveVanish = 0x20,      // the node gone after position requests
+    LiveKernelShort = 0x40, // the kernel's copy holds only the first position quadlets
+};
+constexpr size_t LiveHeader = 3;
 
 } // namespace rombus_fuzz

@@ -328,6 +328,36 @@ void registrySeeds() {
 
 } // namespace
 
+// The live target's seeds: the typical ROM read cleanly and with each fault, and a ROM whose
+// leaf runs past the 256 quadlets while the device answers beyond them.
+void liveSeeds() {
+    using namespace rombus_fuzz;
+    const Bytes typical = rombus_bench::typicalRom();
+    const auto seed = [&](const std::string& name, uint8_t faults, uint8_t position, uint8_t count,
+                          const Bytes& rom) {
+        writeBytes(root / "live" / name,
+                   std::string{static_cast<char>(faults), static_cast<char>(position),
+                               static_cast<char>(count)},
+                   rom);
+    };
+    seed("clean", 0, 0, 0, typical);
+    seed("busy", LiveBusy, 7, 3, typical);
+    seed("silent", LiveSilent, 0, 2, typical);
+    seed("booting", LiveBooting, 0, 2, typical);
+    seed("reset", LiveReset, 5, 0, typical);
+    seed("change", LiveChange, 8, 0, typical);
+    seed("vanish", LiveVanish, 3, 0, typical);
+    seed("kernel-short", LiveKernelShort, 10, 0, typical);
+    Bytes past(1200, 0x5A);
+    put32(past, 0, 0x04040000);
+    put32(past, 4, 0x31333934);
+    put32(past, 20, 0x00020000);
+    put32(past, 24, 0xD1FFFFFF);
+    put32(past, 28, 0x81000000 | (250 - 7));
+    put32(past, 1000, 20u << 16);
+    seed("past-the-bound", 0, 0, 0, past);
+}
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fprintf(stderr, "usage: make-corpus FOLDER\n");
@@ -337,5 +367,6 @@ int main(int argc, char** argv) {
     romSeeds();
     imageSeeds();
     registrySeeds();
+    liveSeeds();
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "inspect/Explanations.h"
 #include "inspect/Format.h"
 #include "inspect/Records.h"
+#include "lib1394/KernelCopy.h"
 
 #include <set>
 
@@ -140,6 +141,18 @@ void busOptionAdvisories(const DecodedRom& decoded, std::vector<Advisory>& out) 
                     options->linkSpeed));
 }
 
+// Where the ROM read live from the device and the kernel's copy of it disagree. What the kernel
+// left out or zeroed is how it keeps its copy, worth knowing; a quadlet that holds another value
+// in each means the ROM changed since the kernel read it, or was read wrong by one of them.
+void kernelCopyAdvisories(const lib1394::RomNode& node, std::vector<Advisory>& out) {
+    if (node.kernelRom.empty())
+        return;
+    for (const lib1394::RomDifference& difference :
+         lib1394::compareKernelCopy(node.rom, node.kernelRom))
+        out.push_back({difference.offset, "kernel-copy-" + difference.kind, difference.text,
+                       difference.kind == "changed" ? Severity::Advisory : Severity::Note});
+}
+
 } // namespace
 
 const char* severityName(Severity severity) {
@@ -162,6 +175,7 @@ std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded, const lib1
                               static_cast<unsigned long long>(romGuid)),
                        Severity::Note});
     busOptionAdvisories(decoded, out);
+    kernelCopyAdvisories(node, out);
     return out;
 }
 

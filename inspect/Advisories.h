@@ -3,6 +3,7 @@
 #include "inspect/RomDecoder.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <string>
@@ -22,7 +23,9 @@ const char* severityName(Severity severity);
 struct Advisory {
     uint32_t offset;
     std::string kind; // reversed-crc, past-end, unchecked-crc, block-overlap, eui64-mismatch,
-                      // sysfs-guid-mismatch, reserved-bus-option
+                      // sysfs-guid-mismatch, reserved-bus-option, kernel-copy-kernel-missing,
+                      // kernel-copy-kernel-zeroed, kernel-copy-changed,
+                      // kernel-copy-device-missing (a ROM read live against the kernel's copy)
     std::string text;
     Severity severity = Severity::Advisory;
 };
@@ -30,8 +33,11 @@ struct Advisory {
 // What a node's decoded ROM shows that the module's records do not: CRCs that match only over
 // byte-reversed quadlets, lengths past the ROM's end, wrong CRCs the module did not record at its
 // CRC level, blocks that run into each other, an EUI-64 leaf or a sysfs guid that disagrees with
-// the bus information block, and bus option values IEEE 1394 reserves or forbids.
-std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded, const lib1394::RomNode& node,
-                                   const libRombus::Messages& records, unsigned crcLevel);
+// the bus information block, bus option values IEEE 1394 reserves or forbids, and where a ROM
+// read live from the device differs from the kernel's copy of it.
+ROMBUS_API std::vector<Advisory> advisoriesOf(const decode::DecodedRom& decoded,
+                                              const lib1394::RomNode& node,
+                                              const libRombus::Messages& records,
+                                              unsigned crcLevel);
 
 } // namespace rombus

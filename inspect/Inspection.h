@@ -4,6 +4,7 @@
 #include "lib1394/RomImageBus.h"
 #include "vesk5/DiagModule.h"
 #include "vesk5/SysInfoDevice.h"
+#include "zul/Api.h"
 
 #include <memory>
 #include <string>
@@ -21,7 +22,7 @@ struct Settings {
 
 // One run of the module over a bus, as the reports show it. Its nodes refer to its devices, so
 // it moves but is never copied.
-struct Inspection {
+struct ROMBUS_API Inspection {
     Inspection() = default;
     Inspection(Inspection&&) = default;
     Inspection& operator=(Inspection&&) = default;
@@ -44,14 +45,14 @@ struct Inspection {
 
 // Installs the bus, sets the module's parameters and the log gate, enumerates every node and
 // builds the view of each.
-Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
+ROMBUS_API Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
 
 // Whether any node has a problem record or could not be read, or the bus skipped a node.
-bool hasProblems(const Inspection& inspection);
+ROMBUS_API bool hasProblems(const Inspection& inspection);
 // Whether nodes were found and every one was read without a problem: no bus, or a bus without
 // a node, is not clean, nor is it a problem of a node.
-bool isClean(const Inspection& inspection);
+ROMBUS_API bool isClean(const Inspection& inspection);
 // Whether the decoder found a likely bug the module does not report (notes do not count).
-bool hasAdvisories(const Inspection& inspection);
+ROMBUS_API bool hasAdvisories(const Inspection& inspection);
 
 } // namespace rombus

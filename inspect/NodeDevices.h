@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vesk5/SysInfoDevice.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <map>
@@ -14,7 +15,7 @@ namespace rombus {
 // locators ("IMMEDIATE@fffff0000418"), to tell what it published for an entry at a ROM offset.
 // They are the devices published between the previous port or node device and the node's own,
 // so two nodes that share a GUID, and so their locators, never see each other's devices.
-class NodeDevices {
+class ROMBUS_API NodeDevices {
 public:
     NodeDevices() = default;
     // The devices first to last (not included) of the published ones.

@@ -6,6 +6,7 @@
 #include "inspect/RomDecoder.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
+#include "zul/Api.h"
 
 #include <cstddef>
 #include <optional>
@@ -19,12 +20,12 @@ namespace rombus {
 enum class NodeStatus { Ok, Problems, ReadFailed, OutOfReads, NotAccessible };
 
 // "ok", "problems", "read failed", "out of reads", "not accessible".
-const char* statusName(NodeStatus status);
+ROMBUS_API const char* statusName(NodeStatus status);
 
 // Everything known of one node, as every report shows it: where it is, what the bus read of it,
 // what the module recorded and published, its ROM decoded on the decoder's own terms, and what
 // that shows beyond the module's records.
-struct NodeView {
+struct ROMBUS_API NodeView {
     size_t index = 0;        // place among all nodes of the inspection
     unsigned port = 0;       // the port's index
     unsigned physicalId = 0; // place among the nodes of its port

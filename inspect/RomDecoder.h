@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspect/RomWalk.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <string>
@@ -42,9 +43,9 @@ struct DecodedRom {
     uint32_t quadlets() const { return static_cast<uint32_t>(rom.size() / 4); }
 };
 
-DecodedRom decodeRom(const std::vector<uint8_t>& rom);
+ROMBUS_API DecodedRom decodeRom(const std::vector<uint8_t>& rom);
 
 // The IEEE 1212 CRC-16 (polynomial 1021h, from 0, most significant bit first) of quadlets.
-uint16_t crc16(const std::vector<uint32_t>& quadlets);
+ROMBUS_API uint16_t crc16(const std::vector<uint32_t>& quadlets);
 
 } // namespace rombus::decode

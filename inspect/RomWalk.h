@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -38,11 +40,11 @@ struct RomEntry {
 };
 
 // The quadlet at a ROM offset, if the image holds all of it.
-std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset);
+ROMBUS_API std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset);
 
 // The entries of the root directory and, nested, of every directory below it, each block read
 // once: a block reached again is marked repeated and not read again.
-std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom);
+ROMBUS_API std::vector<RomEntry> walkRoot(const std::vector<uint8_t>& rom);
 
 // The ids the Linux kernel puts in a unit's modalias.
 struct UnitIds {
@@ -60,26 +62,26 @@ struct UnitIds {
 // has the vendor, model, specifier and version ids as the kernel takes them: the root
 // directory's, then those of a vendor directory (key C3h) in the root (the legacy layout of
 // AV/C devices), then those of the unit directory, each in the place of the one before.
-std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom);
+ROMBUS_API std::vector<UnitIds> unitsOf(const std::vector<uint8_t>& rom);
 
 // The textual descriptors reachable from a directory (leaves and the directories below it), in
 // ROM order, each once.
-std::vector<std::string> textsBelow(const std::vector<RomEntry>& entries);
+ROMBUS_API std::vector<std::string> textsBelow(const std::vector<RomEntry>& entries);
 
 // The first entry of a key in a directory; null when there is none.
-const RomEntry* firstWithKey(const std::vector<RomEntry>& directory, uint8_t key);
+ROMBUS_API const RomEntry* firstWithKey(const std::vector<RomEntry>& directory, uint8_t key);
 
 // The entry whose block is at a ROM offset, searched through the whole tree; null when none.
-const RomEntry* entryAt(const std::vector<RomEntry>& entries, uint32_t target);
+ROMBUS_API const RomEntry* entryAt(const std::vector<RomEntry>& entries, uint32_t target);
 
 // "ieee1394:venXXXXXXXXmoXXXXXXXXspXXXXXXXXverXXXXXXXX", as the kernel writes it.
-std::string modalias(const UnitIds& unit);
+ROMBUS_API std::string modalias(const UnitIds& unit);
 
 // The fields of the bus options quadlet (offset 8), as IEEE 1394 lays them out.
 struct BusOptions {
     unsigned irmc, cmc, isc, bmc, pmc, cycClkAcc, maxRec, maxRom, generation, linkSpeed;
 };
 
-std::optional<BusOptions> busOptionsOf(const std::vector<uint8_t>& rom);
+ROMBUS_API std::optional<BusOptions> busOptionsOf(const std::vector<uint8_t>& rom);
 
 } // namespace rombus::decode

@@ -28,14 +28,15 @@ struct ROMBUS_API lib1394_log {
 using Messages = zul::Array<lib1394_log>;
 
 // Gives a variable to the event and, when the record holds a message, to the message.
-void setEventVariable(vesk5::Event* event, lib1394_log& log, const vesk5::VeskString& name,
-                      const zul::String& text);
+ROMBUS_API void setEventVariable(vesk5::Event* event, lib1394_log& log,
+                                 const vesk5::VeskString& name, const zul::String& text);
 
 // Reports the event by the record's level, but only when the finder has no device to carry it.
-void raiseLog(const vesk5::Event* event, const lib1394_log& log, const vesk5::SysInfoDevice* device,
-              const vesk5::VeskString& sourceFile, int line);
+ROMBUS_API void raiseLog(const vesk5::Event* event, const lib1394_log& log,
+                         const vesk5::SysInfoDevice* device, const vesk5::VeskString& sourceFile,
+                         int line);
 
 // Appends copies of all records of one list to another, in order.
-void appendMessages(Messages& to, const Messages& from);
+ROMBUS_API void appendMessages(Messages& to, const Messages& from);
 
 } // namespace libRombus

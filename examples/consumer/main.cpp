@@ -1,32 +1,43 @@
-// rombus-consumer: reads ROM image files as the nodes of a bus through the installed Rombus
-// libraries and prints, per node, its locator and the number of problems the module recorded.
+// rombus-consumer: the verdicts of the rombus tool in a program of one's own. Reads ROM image
+// files as the nodes of a bus, or a sysfs tree, through the installed Rombus libraries with the
+// tool's settings, and prints per node its locator, its status and how many problem records it
+// has, as `rombus --format json` gives them (.nodes[]: locator, status, messages).
 //   rombus-consumer FILE...
-#include "lib1394/ImageFile.h"
-#include "libRombus/Declarations.h"
-#include "libRombus/Lib1394SysInfo.h"
-#include "zul/Log.h"
+//   rombus-consumer --sysfs ROOT
+#include "inspect/Rombus.h"
 
 #include <cstdio>
-#include <memory>
+#include <string>
 #include <vector>
 
+namespace {
+
+rombus::Inspection inspectArguments(const std::vector<std::string>& arguments, bool& readAll) {
+    const rombus::Settings settings = rombus::toolSettings();
+    if (arguments.size() == 2 && arguments[0] == "--sysfs")
+        return rombus::inspectSysfs(arguments[1], settings);
+    std::vector<std::string> errors;
+    rombus::Inspection inspection = rombus::inspectFiles(arguments, settings, errors);
+    for (const std::string& error : errors)
+        std::fprintf(stderr, "rombus-consumer: %s\n", error.c_str());
+    readAll = errors.empty();
+    return inspection;
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
-    std::vector<lib1394::ImageFile> images;
-    for (int i = 1; i < argc; ++i) {
-        images.push_back(lib1394::readImageFile(argv[i]));
-        if (!images.back().ok()) {
-            std::fprintf(stderr, "rombus-consumer: %s\n", images.back().error.c_str());
-            return 2;
-        }
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: rombus-consumer FILE... | rombus-consumer --sysfs ROOT\n");
+        return 2;
     }
-    libRombus::init();
-    // The module's log lines of failures only; its problem records are what this program prints.
-    zul::LogFactory::setPriority(zul::LOG_FAILURE);
-    lib1394::ConfigROMContext::installBus(std::make_shared<lib1394::ImageFileBus>(images));
-    zul::Array<libRombus::lib1394_enum_log> nodes;
-    const bool result = libRombus::Lib1394SysInfo::enumerateAll(nodes);
-    for (const libRombus::lib1394_enum_log& node : nodes)
-        std::printf("%s: %zu problems\n", node.locator.str().c_str(), node.messages.size());
-    lib1394::ConfigROMContext::installBus(nullptr);
-    return result ? 0 : 1;
+    bool readAll = true;
+    const rombus::Inspection inspection =
+        inspectArguments(std::vector<std::string>(argv + 1, argv + argc), readAll);
+    for (const rombus::NodeView& node : inspection.nodes)
+        std::printf("%s %s %zu\n", node.locator.c_str(), rombus::statusName(node.status()),
+                    node.records.size());
+    if (!readAll)
+        return 2;
+    return rombus::hasProblems(inspection) ? 1 : 0;
 }

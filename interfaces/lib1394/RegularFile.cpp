@@ -10,6 +10,9 @@
 namespace lib1394 {
 namespace {
 
+// The first read of a file: a whole ROM image or sysfs attribute.
+constexpr size_t FirstReadSize = 4096;
+
 // What a file that is not regular is, by its type.
 std::string kindOf(mode_t mode) {
     if (S_ISDIR(mode))
@@ -51,10 +54,13 @@ RegularFile readRegularFile(const std::string& path, size_t limit, bool truncate
     const int fd = openRegular(path, file.error);
     if (fd < 0)
         return file;
-    // One byte past the limit tells a file that is larger.
-    file.content.resize(limit + 1);
+    // One byte past the limit tells a file that is larger. The buffer grows with what arrives,
+    // so that a ROM of a few hundred bytes costs no megabyte of zeroed pages.
+    const size_t wanted = limit + 1;
     size_t count = 0;
-    while (count < file.content.size()) {
+    while (count < wanted) {
+        if (count == file.content.size())
+            file.content.resize(std::min(wanted, std::max(FirstReadSize, 2 * count)));
         const ssize_t got = ::read(fd, file.content.data() + count, file.content.size() - count);
         if (got < 0 && errno == EINTR)
             continue;

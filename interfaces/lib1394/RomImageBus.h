@@ -35,6 +35,9 @@ struct RomNode {
     std::vector<std::string> unitDrivers;
     std::vector<std::string> unitModaliases;
     bool local = false;
+    // The kernel's cached copy of the ROM, in bus order, where the bus read the device itself
+    // (LiveBus); empty otherwise. It shows what the kernel kept of the device's ROM.
+    std::vector<uint8_t> kernelRom;
 };
 
 struct RomPort {

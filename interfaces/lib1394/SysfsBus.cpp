@@ -1,5 +1,6 @@
 #include "lib1394/SysfsBus.h"
 
+#include "lib1394/NodeNames.h"
 #include "lib1394/RegularFile.h"
 
 #include <algorithm>
@@ -19,27 +20,8 @@ struct FoundNode {
     fs::path folder;  // the device folder the link leads to
 };
 
-// The digits of N when the name is fwN with N decimal digits only; empty for unit devices
-// (fwN.M) and anything else.
-std::string nodeDigits(const std::string& name) {
-    if (name.size() < 3 || name.compare(0, 2, "fw") != 0)
-        return std::string();
-    const std::string digits = name.substr(2);
-    const bool decimal =
-        std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-    return decimal ? digits : std::string();
-}
-
-// fwN before fwM when N < M, whatever their size: fewer significant digits first, then by digits.
 bool byNumber(const FoundNode& a, const FoundNode& b) {
-    auto significant = [](const std::string& name) {
-        const std::string digits = nodeDigits(name);
-        return digits.substr(std::min(digits.find_first_not_of('0'), digits.size() - 1));
-    };
-    const std::string x = significant(a.name), y = significant(b.name);
-    if (x.size() != y.size())
-        return x.size() < y.size();
-    return x != y ? x < y : a.name < b.name;
+    return byNodeNumber(a.name, b.name);
 }
 
 // Why an entry of bus/firewire/devices is no device folder, or empty when it is one.

@@ -23,6 +23,7 @@ using Ids = std::vector<std::string>;
 struct Node {
     std::vector<uint32_t> rom;
     std::string label = "test.hex";
+    std::vector<uint32_t> kernelRom; // the kernel's copy, beside a ROM read live
 };
 
 rombus::Inspection scanOf(const std::vector<Node>& nodes, unsigned crcLevel = 2) {
@@ -32,6 +33,7 @@ rombus::Inspection scanOf(const std::vector<Node>& nodes, unsigned crcLevel = 2)
         node.rom = rombus_test::busOrderBytes(each.rom);
         node.guid = lib1394::guidOfRom(node.rom);
         node.label = each.label;
+        node.kernelRom = rombus_test::busOrderBytes(each.kernelRom);
         port.nodes.push_back(node);
     }
     rombus::Settings settings;
@@ -329,6 +331,28 @@ TEST(Advisories, AWrongCrcTheModuleLetPassSaysSoAtEachLevelAndOverlapsAreNamed) 
     EXPECT_THAT(scan.nodes[0].advisories.back().text,
                 HasSubstr("the directory at 14h declares 4 quadlets, up to 28h: the leaf at 24h "
                           "lies inside it"));
+}
+
+// A ROM read live beside the kernel's copy: the kernel keeps only what its walk reached, so two
+// quadlets of data no entry names are missing from its copy (worth knowing, not a fault); a
+// vendor id that differs between the two means the ROM changed since the kernel read it.
+TEST(Advisories, WhereTheDevicesRomAndTheKernelsCopyDiffer) {
+    const Disk disk;
+    const std::vector<uint32_t> kernel = disk.layout.quadlets();
+    std::vector<uint32_t> device = kernel;
+    device.push_back(0x12345678);
+    device.push_back(0x9ABCDEF0);
+    std::vector<uint32_t> changed = kernel;
+    changed[disk.at(0) + 1] = 0x03000001;
+    const rombus::Inspection missing = scanOf({{device, "fw1", kernel}});
+    EXPECT_EQ(kinds(missing.nodes[0]), Ids{"kernel-copy-kernel-missing/note"});
+    EXPECT_EQ(missing.nodes[0].advisories[0].offset, 4 * kernel.size());
+    EXPECT_FALSE(rombus::hasAdvisories(missing));
+    const rombus::Inspection other = scanOf({{kernel, "fw1", changed}});
+    EXPECT_EQ(kinds(other.nodes[0]), Ids{"kernel-copy-changed"});
+    EXPECT_EQ(other.nodes[0].advisories[0].offset, 4 * (disk.at(0) + 1));
+    EXPECT_TRUE(rombus::hasAdvisories(other));
+    EXPECT_EQ(kinds(scanOf({{kernel, "fw1", kernel}}).nodes[0]), Ids{});
 }
 
 } // namespace

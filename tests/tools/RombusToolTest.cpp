@@ -296,6 +296,24 @@ TEST_F(RombusTool, BadInputNamesTheFileAndExitsWith2) {
     }
 }
 
+// --live without FireWire hardware: a folder without device files is a usage error; a file that
+// is no FireWire device is named, an unreadable node.
+TEST_F(RombusTool, LiveScanNeedsDeviceFilesAndNamesTheOnesItCannotRead) {
+    const fs::path dev = folder_.path() / "dev";
+    fs::create_directories(dev);
+    const Outcome none = registered("scan --live --dev " + dev.string());
+    EXPECT_EQ(none.status, 2);
+    EXPECT_THAT(none.err, HasSubstr(dev.string() + ": no FireWire device files (fw*)"));
+    const std::string file = write("dev/fw0", "not a device");
+    const Outcome unreadable = registered("scan --live --dev " + dev.string());
+    EXPECT_EQ(unreadable.status, 1) << unreadable.err;
+    EXPECT_THAT(unreadable.out, HasSubstr(file + ":"));
+    EXPECT_THAT(unreadable.out, HasSubstr("not a FireWire device file"));
+    // --live and --sysfs are two sources; --dev belongs to --live.
+    EXPECT_EQ(rombus("scan --live --sysfs " + sample).status, 2);
+    EXPECT_EQ(rombus("scan --dev " + dev.string()).status, 2);
+}
+
 TEST_F(RombusTool, UsageErrorsAndEmptyBusesAreToldPlainly) {
     const std::pair<std::string, std::string> usage[] = {
         {"", ""},
@@ -329,7 +347,7 @@ TEST_F(RombusTool, HelpDocumentsEveryOptionTheRegistryAndTheExitStatuses) {
         EXPECT_THAT(help.out, HasSubstr(expected));
     // Each command's help is its own: its options and its details, not the others'.
     const std::pair<std::string, std::vector<std::string>> commands[] = {
-        {"scan --help", {"--sysfs", "--save-roms", "--overwrite"}},
+        {"scan --help", {"--sysfs", "--live", "--dev", "--save-roms", "--overwrite"}},
         {"check --help", {"FILE", "'-' reads", "63 to a port"}},
         {"registry import --help", {"--from", "-o,--output", "/usr/share/ieee-data/oui.txt"}},
     };

@@ -4,11 +4,15 @@
 #include "inspect/Registry.h"
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 
 #include <sstream>
 
 namespace rombus {
 namespace {
+
+// The JSON Schema of the report, installed beside the vendor registry.
+constexpr const char* ReportSchema = "rombus-report.schema.json";
 
 std::string mainFooter() {
     return "Run 'rombus COMMAND --help' for the options of one command.\n"
@@ -19,7 +23,9 @@ std::string mainFooter() {
            "\n"
            "\n"
            "JSON: --format json writes one object described by the JSON Schema\n"
-           "  rombus-report.schema.json (doc/ in the source tree).\n"
+           "  " +
+           std::filesystem::path(defaultRegistryPath()).replace_filename(ReportSchema).string() +
+           "\n"
            "\n"
            "Exit status:\n"
            "  0  every node was read without a problem record\n"
@@ -35,7 +41,11 @@ const char* const scanFooter =
     "Reads every node of the machine's FireWire buses as Linux shows them under\n"
     "ROOT/bus/firewire/devices: each node's ROM, and per unit the driver bound to it.\n"
     "--save-roms writes each node's ROM to FOLDER/<GUID>.rom, raw binary in bus order,\n"
-    "for 'rombus check' to read back; an existing file is kept unless --overwrite.\n";
+    "for 'rombus check' to read back; an existing file is kept unless --overwrite.\n"
+    "--live reads each node's ROM from the device itself through DIR/fw* (--dev, /dev by\n"
+    "default), quadlet by quadlet as the kernel does, up to 256 quadlets, the kernel's\n"
+    "copy kept beside it; it needs root or the group owning the files. No fw* file\n"
+    "there is a usage error.\n";
 
 const char* const checkFooter =
     "Reads ROM image files, each one node, 63 to a port, in the order given; '-' reads\n"
@@ -110,6 +120,13 @@ void addScan(CLI::App& app, Options& options) {
     scan->add_option("--sysfs", options.sysfsRoot, "Root of the sysfs tree to read")
         ->type_name("ROOT")
         ->capture_default_str();
+    CLI::Option* live = scan->add_flag(
+        "--live", options.live, "Read each node's ROM from the device through the fw* files");
+    live->excludes("--sysfs");
+    scan->add_option("--dev", options.devFolder, "Folder of the fw* device files for --live")
+        ->type_name("DIR")
+        ->capture_default_str()
+        ->needs(live);
     scan->add_option("--save-roms", options.saveRoms, "Save every node's ROM in this folder")
         ->type_name("FOLDER");
     scan->add_flag("--overwrite", options.overwrite, "Let --save-roms replace existing files");

@@ -18,6 +18,8 @@ enum ExitStatus : int { ExitClean = 0, ExitProblems = 1, ExitUsage = 2, ExitNoNo
 struct Options {
     Command command = Command::Scan;
     std::string sysfsRoot = "/sys";
+    bool live = false;              // scan: read the ROMs from the devices, devFolder/fw*
+    std::string devFolder = "/dev"; // scan --live: the folder of the device files
     std::vector<std::string> files; // "-" is standard input
     std::string saveRoms;           // scan: the folder to save every node's ROM in
     bool overwrite = false;         // scan: whether saved ROMs may replace files

@@ -11,6 +11,7 @@
 #include "inspect/Inspection.h"
 #include "inspect/Registry.h"
 #include "lib1394/ImageFile.h"
+#include "lib1394/LiveBus.h"
 #include "lib1394/RegularFile.h"
 #include "lib1394/SysfsBus.h"
 
@@ -76,11 +77,25 @@ int runScan(const Options& options) {
     if (!chooseRegistry(options, registry))
         return ExitUsage;
     std::error_code error;
-    if (!fs::is_directory(options.sysfsRoot, error)) {
+    std::shared_ptr<lib1394::RomImageBus> bus;
+    if (options.live) {
+        lib1394::LiveSetup setup;
+        setup.folder = options.devFolder;
+        auto live = std::make_shared<lib1394::LiveBus>(setup);
+        if (live->deviceFiles() == 0) {
+            for (const std::string& note : live->notes())
+                complain(note);
+            complain(options.devFolder +
+                     ": no FireWire device files (fw*); --dev names the folder that holds them");
+            return ExitUsage;
+        }
+        bus = live;
+    } else if (!fs::is_directory(options.sysfsRoot, error)) {
         complain(options.sysfsRoot + ": no such folder (--sysfs names the root of a sysfs tree)");
         return ExitUsage;
+    } else {
+        bus = std::make_shared<lib1394::SysfsBus>(options.sysfsRoot, options.byteOrder);
     }
-    auto bus = std::make_shared<lib1394::SysfsBus>(options.sysfsRoot, options.byteOrder);
     const int status = report(inspect(bus, settingsOf(options, registry)), options,
                               "No FireWire devices under " + options.sysfsRoot +
                                   " (bus/firewire/devices lists no node).");
