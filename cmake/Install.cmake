@@ -27,6 +27,8 @@ install(FILES
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/libRombus COMPONENT development)
 install(FILES
     inspect/Advisories.h
+    inspect/CrcCauses.h
+    inspect/Explanations.h
     inspect/Inspection.h
     inspect/NodeDevices.h
     inspect/NodeView.h

@@ -16,7 +16,7 @@ namespace rombus {
 enum class Severity { Advisory, Note };
 
 // "advisory", "note".
-const char* severityName(Severity severity);
+ROMBUS_API const char* severityName(Severity severity);
 
 // A finding of the decoder that the module does not report, at a ROM offset. Advisories never
 // change the module's records or the exit status, unless --strict asks for them to count.

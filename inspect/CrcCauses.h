@@ -1,6 +1,7 @@
 #pragma once
 
 #include "inspect/RomDecoder.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <string>
@@ -23,13 +24,13 @@ struct CrcCause {
 // The causes of a complete block's wrong CRC, tried in a fixed order: a placeholder, another
 // length, the header included, little-endian quadlets, the result's bytes swapped, then their
 // combinations, fewest first.
-CrcCause crcCauseOf(const decode::DecodedRom& decoded, const decode::RomBlock& block);
+ROMBUS_API CrcCause crcCauseOf(const decode::DecodedRom& decoded, const decode::RomBlock& block);
 
 // "the bus information block", "the directory", "the leaf".
-const char* blockName(const decode::RomBlock& block);
+ROMBUS_API const char* blockName(const decode::RomBlock& block);
 
 // The quadlet to store at a block's header for its CRC to be right: its lengths as they are,
 // the CRC of the quadlets it covers.
-uint32_t fixedHeader(const decode::DecodedRom& decoded, const decode::RomBlock& block);
+ROMBUS_API uint32_t fixedHeader(const decode::DecodedRom& decoded, const decode::RomBlock& block);
 
 } // namespace rombus

@@ -3,6 +3,7 @@
 #include "inspect/CrcCauses.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
+#include "zul/Api.h"
 
 #include <cstdint>
 #include <optional>
@@ -36,19 +37,20 @@ struct Explanation {
 
 // The explanation of every record of a node. A ROM from the kernel's sysfs copy is said to be
 // the kernel's copy where it explains a read past its end.
-std::vector<Explanation> explainRecords(const decode::DecodedRom& decoded,
-                                        const libRombus::Messages& records, bool kernelCopy);
+ROMBUS_API std::vector<Explanation> explainRecords(const decode::DecodedRom& decoded,
+                                                   const libRombus::Messages& records,
+                                                   bool kernelCopy);
 
 // "Every wrong CRC of this ROM has one cause: ..." when two or more blocks have wrong CRCs and
 // the same known cause, else empty.
-std::string sharedCrcCause(const decode::DecodedRom& decoded);
+ROMBUS_API std::string sharedCrcCause(const decode::DecodedRom& decoded);
 
 // Whether the module stopped at the bus information block (a wrong signature, a failed read of it,
 // or a wrong CRC at error level), so that it read no directory of the ROM.
-bool stoppedAtBusInfo(const libRombus::Messages& records);
+ROMBUS_API bool stoppedAtBusInfo(const libRombus::Messages& records);
 
 // Whether a node's ROM is the kernel's copy in sysfs (its label is the kernel's device name,
 // fwN), which holds only the quadlets the kernel reached.
-bool isKernelCopy(const lib1394::RomNode& node);
+ROMBUS_API bool isKernelCopy(const lib1394::RomNode& node);
 
 } // namespace rombus

@@ -230,7 +230,7 @@ public:
             throw DescriptionError(given, format("crc_length %u runs past the ROM's %zu quadlets",
                                                  crcLength, rom_.size()));
         rom_[0] = InfoLength << 24 | crcLength << 16 |
-                  crc.value_or(decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength}));
+                  (crc ? *crc : decode::crc16({rom_.begin() + 1, rom_.begin() + 1 + crcLength}));
         return rom_;
     }
 

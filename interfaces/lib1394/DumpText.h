@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/ImageFile.h"
 
 #include <cstdint>
@@ -16,11 +18,11 @@ namespace lib1394 {
 
 // Whether the content is such a dump: no line of plain hex quadlets before its first line of that
 // form, which gives the first quadlet of the ROM or holds more than hex numbers.
-bool isDumpText(const std::string& content);
+ROMBUS_API bool isDumpText(const std::string& content);
 
 // The ROM the dump shows, each quadlet at its offset; an error naming the input and the line
 // when an address is not a quadlet of a ROM, when an offset is given twice, or quadlets are
 // missing.
-ImageFile decodeDumpText(const std::string& name, const std::string& content);
+ROMBUS_API ImageFile decodeDumpText(const std::string& name, const std::string& content);
 
 } // namespace lib1394

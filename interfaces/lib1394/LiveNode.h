@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/LiveBus.h"
 
 #include <chrono>
@@ -22,7 +24,7 @@ enum class Answer {
 // One node reached through its open device file: the kernel's view of it and the bus, and quadlet
 // read requests, each tried again while the node answers busy or not at all, a pause growing
 // between tries, never past the node's deadline.
-class LiveNode {
+class ROMBUS_API LiveNode {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
@@ -66,7 +68,7 @@ private:
 
 // What an errno value of a device file means for its node, in words: "the node left the bus"
 // for ENODEV, the system's text otherwise.
-std::string deviceTrouble(int error);
+ROMBUS_API std::string deviceTrouble(int error);
 
 // The address of quadlet i of the Configuration ROM, and of the local node's topology map.
 constexpr uint64_t RomAddress = 0xFFFFF0000400ull;

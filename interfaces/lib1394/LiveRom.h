@@ -1,5 +1,7 @@
 #pragma once
 
+#include "zul/Api.h"
+
 #include "lib1394/LiveNode.h"
 
 #include <string>
@@ -13,6 +15,6 @@ namespace lib1394 {
 // anew after a bus reset, and when its first quadlets differ once it has been read. What could
 // not be read goes to node.notes, which name the device file by path; a node whose bus
 // information block could not be read, or that left the bus, is not accessible.
-void readDeviceRom(LiveNode& live, const std::string& path, RomNode& node);
+ROMBUS_API void readDeviceRom(LiveNode& live, const std::string& path, RomNode& node);
 
 } // namespace lib1394

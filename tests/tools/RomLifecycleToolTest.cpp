@@ -155,7 +155,8 @@ TEST_F(RomLifecycle, RepairWritesACopyThatChecksWithoutACrcRecord) {
     EXPECT_EQ(repaired.status, 0) << repaired.err;
     EXPECT_THAT(repaired.out, HasSubstr("bad.rom: bus information block at 0h: CRC FFFFh -> "));
     EXPECT_THAT(repaired.out, HasSubstr("crc_length 4 -> " + covering + "\n"));
-    for (const json& message : report("good.le")["nodes"][0]["messages"])
+    const json good = report("good.le");
+    for (const json& message : good["nodes"][0]["messages"])
         EXPECT_THAT(message["text"].get<std::string>(), testing::Not(HasSubstr("CRC")));
     EXPECT_FALSE(report("bad.rom")["nodes"][0]["messages"].empty());
     const Outcome diff = rombus("diff bad.rom good.le");

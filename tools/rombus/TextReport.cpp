@@ -93,9 +93,13 @@ std::string stopText(lib1394::Budget spent) {
     const std::string what = "more than " +
                              std::to_string(lib1394::ConfigROMContext::budgetOf(spent)) +
                              units[static_cast<int>(spent)];
-    return "Reading stopped: the ROM asked for " + what +
-           ", its blocks referring to each other over and over; what follows is what was found "
-           "until then.";
+    // Reads and entries run out when blocks refer to each other over and over; lookups when a
+    // ROM names far more vendors than any device has.
+    const char* why = spent == lib1394::Budget::Lookups
+                          ? ", far more vendor ids than a device names"
+                          : ", its blocks referring to each other over and over";
+    return "Reading stopped: the ROM asked for " + what + why +
+           "; what follows is what was found until then.";
 }
 
 struct NodeTally {
