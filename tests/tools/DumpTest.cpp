@@ -1,5 +1,6 @@
 // The annotated dump and the advisories of the decoder, on ROMs laid out byte for byte.
 #include "Dump.h"
+#include "TextReport.h"
 #include "inspect/Inspection.h"
 
 #include "rombus_support/RomLayout.h"
@@ -82,6 +83,14 @@ TEST(Dump, SevenBadCrcsShowSevenShouldBeValuesOneRecordAndSixAdvisories) {
     EXPECT_EQ(count(dump, "No known cause."), 1u);
     expectWithin(dump, 100);
     expectWithin(rombus::dumpNode(scan.nodes[0], 60), 60);
+    // The whole report keeps to the narrowest width too, its summary of every kind included.
+    const rombus::Inspection many = scanOf({sevenBadCrcs(), {}, {0x04}}, {1, 2, 3});
+    rombus::Layout narrow;
+    narrow.width = 60;
+    narrow.dump = true;
+    const std::string report = rombus::textReport(many, "", narrow);
+    EXPECT_THAT(report, HasSubstr("By kind:"));
+    expectWithin(report, 60);
 }
 
 TEST(Dump, EveryQuadletHasItsMeaning) {

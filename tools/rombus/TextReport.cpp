@@ -331,7 +331,7 @@ private:
             separator = ", ";
         }
         const std::string kinds = troubleSummary(inspection_.nodes);
-        out_ << "\n" << wrapped(text + "." + (kinds.empty() ? "" : " " + kinds), 0, 2 * Step);
+        out_ << "\n" << wrap(text + "." + (kinds.empty() ? "" : " " + kinds), 0, 2 * Step);
     }
 
     const Inspection& inspection_;
