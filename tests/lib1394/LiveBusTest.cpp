@@ -1,4 +1,5 @@
 #include "lib1394/LiveBus.h"
+#include "lib1394/ImageFile.h"
 #include "lib1394/KernelCopy.h"
 #include "lib1394/TopologyMap.h"
 #include "rombus_support/FwKernel.h"
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 
 namespace {
 
@@ -187,6 +189,37 @@ TEST(LiveBus, RidesOutBusyAndSilentNodesBootingNodesResetsAndChanges) {
     // The bus resets fw1 and fw3 met are in the state the card shows.
     EXPECT_NE(joined(view.notes).find("card 0: generation 2;"), std::string::npos)
         << joined(view.notes);
+}
+
+// Every ROM typed from a published layout, read live byte for byte whatever the bus does
+// meanwhile: busy and silent requests and a node still booting, a bus reset, a reset told late.
+TEST(LiveBus, ReadsEveryGoldenRomByteForByteUnderEachFault) {
+    for (const auto& file : std::filesystem::directory_iterator(ROMBUS_SOURCE_DIR "/tests/roms")) {
+        if (file.path().extension() != ".hex")
+            continue;
+        SCOPED_TRACE(file.path().filename().string());
+        const lib1394::ImageFile golden = lib1394::readImageFile(file.path().string());
+        ASSERT_TRUE(golden.ok()) << golden.error;
+        LiveBusRig rig;
+        rig.kernel.add("fw0", node(0, 0, golden.rom, true));
+        FwKernel::Node& flaky = rig.kernel.add("fw1", node(0, 1, golden.rom));
+        flaky.busy = {{0, 2}, {5, 1}};
+        flaky.silent = {{1, 1}};
+        flaky.bootingReads = 1;
+        rig.kernel.add("fw2", node(0, 2, golden.rom)).resetAfter = 3;
+        FwKernel::Node& late = rig.kernel.add("fw3", node(0, 3, golden.rom));
+        late.resetAfter = 4;
+        late.resetEventLate = true;
+
+        const lib1394::LiveView view = lib1394::LiveBus::read(rig.kernel.setup());
+
+        for (const char* name : {"fw0", "fw1", "fw2", "fw3"}) {
+            const lib1394::RomNode* read = find(view, rig.path(name));
+            ASSERT_NE(read, nullptr) << name;
+            EXPECT_TRUE(read->accessible) << name;
+            EXPECT_EQ(read->rom, golden.rom) << name << ": " << joined(read->notes);
+        }
+    }
 }
 
 TEST(LiveBus, TellsWhatKeptEachNodeFromBeingReadAndReadsTheOthers) {
