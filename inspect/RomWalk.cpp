@@ -119,10 +119,9 @@ private:
 std::vector<uint32_t> entriesWithKey(const std::vector<uint8_t>& rom, uint32_t directory,
                                      uint8_t key) {
     std::vector<uint32_t> found;
-    const uint32_t length = availableLength(rom, directory);
-    for (uint32_t i = 0; i < length; ++i)
-        if (*quadletAt(rom, directory + 4 + 4 * i) >> 24 == key)
-            found.push_back(directory + 4 + 4 * i);
+    for (const auto& [offset, quadlet] : directoryEntries(rom, directory))
+        if (quadlet >> 24 == key)
+            found.push_back(offset);
     return found;
 }
 
@@ -133,9 +132,7 @@ uint32_t targetOf(const std::vector<uint8_t>& rom, uint32_t entry) {
 }
 
 void takeIds(const std::vector<uint8_t>& rom, uint32_t offset, UnitIds& ids) {
-    const uint32_t length = availableLength(rom, offset);
-    for (uint32_t i = 0; i < length; ++i) {
-        const uint32_t quadlet = *quadletAt(rom, offset + 4 + 4 * i);
+    for (const auto& [entry, quadlet] : directoryEntries(rom, offset)) {
         const uint32_t value = quadlet & 0xFFFFFF;
         switch (quadlet >> 24) {
         case VendorId:
@@ -146,7 +143,7 @@ void takeIds(const std::vector<uint8_t>& rom, uint32_t offset, UnitIds& ids) {
             break;
         case SpecifierId:
             ids.specifier = value;
-            ids.specifierEntry = offset + 4 + 4 * i;
+            ids.specifierEntry = entry;
             break;
         case VersionId:
             ids.version = value;
@@ -156,6 +153,15 @@ void takeIds(const std::vector<uint8_t>& rom, uint32_t offset, UnitIds& ids) {
 }
 
 } // namespace
+
+std::vector<std::pair<uint32_t, uint32_t>> directoryEntries(const std::vector<uint8_t>& rom,
+                                                            uint32_t directory) {
+    std::vector<std::pair<uint32_t, uint32_t>> entries;
+    const uint32_t length = availableLength(rom, directory);
+    for (uint32_t i = 0; i < length; ++i)
+        entries.emplace_back(directory + 4 + 4 * i, *quadletAt(rom, directory + 4 + 4 * i));
+    return entries;
+}
 
 std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset) {
     if (uint64_t{offset} + 4 > rom.size())

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace rombus::decode {
@@ -41,6 +42,11 @@ struct RomEntry {
 
 // The quadlet at a ROM offset, if the image holds all of it.
 ROMBUS_API std::optional<uint32_t> quadletAt(const std::vector<uint8_t>& rom, uint32_t offset);
+
+// The entries of the directory whose header is at a ROM offset, each as its ROM offset and
+// quadlet, as many as the header declares and the image holds: the one walk over a directory.
+ROMBUS_API std::vector<std::pair<uint32_t, uint32_t>>
+directoryEntries(const std::vector<uint8_t>& rom, uint32_t directory);
 
 // The entries of the root directory and, nested, of every directory below it, each block read
 // once: a block reached again is marked repeated and not read again.

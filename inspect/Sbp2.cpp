@@ -25,22 +25,6 @@ constexpr uint64_t CsrBase = 0xFFFFF0000000ull;
 // Management ORB timeouts are counted in units of 500 ms.
 constexpr uint32_t TimeoutUnitMs = 500;
 
-// The entries of a directory in the image: (entry offset, quadlet).
-std::vector<std::pair<uint32_t, uint32_t>> entriesOf(const std::vector<uint8_t>& rom,
-                                                     uint32_t directory) {
-    std::vector<std::pair<uint32_t, uint32_t>> entries;
-    const auto header = quadletAt(rom, directory);
-    if (!header)
-        return entries;
-    for (uint32_t i = 0; i < (*header >> 16); ++i) {
-        const auto quadlet = quadletAt(rom, directory + 4 + 4 * i);
-        if (!quadlet)
-            break;
-        entries.emplace_back(directory + 4 + 4 * i, *quadlet);
-    }
-    return entries;
-}
-
 Sbp2LogicalUnit logicalUnit(uint32_t entry, uint32_t directory, uint32_t value) {
     return {entry, directory, value & 0xFFFF, value >> 16 & 0x1F, (value >> 22 & 1) != 0};
 }
@@ -48,7 +32,7 @@ Sbp2LogicalUnit logicalUnit(uint32_t entry, uint32_t directory, uint32_t value) 
 // The SBP-2 entries of one directory, the unit's or a logical unit's.
 void takeEntries(const std::vector<uint8_t>& rom, uint32_t directory, bool unitDirectory,
                  Sbp2Unit& unit) {
-    for (const auto& [offset, quadlet] : entriesOf(rom, directory)) {
+    for (const auto& [offset, quadlet] : directoryEntries(rom, directory)) {
         const uint32_t value = quadlet & 0xFFFFFF;
         switch (quadlet >> 24) {
         case CommandSetSpecId:
@@ -83,7 +67,7 @@ void takeEntries(const std::vector<uint8_t>& rom, uint32_t directory, bool unitD
 // The meanings of the SBP-2 entries of a directory, and of its logical unit directories.
 void describeEntries(const std::vector<uint8_t>& rom, uint32_t directory, bool unitDirectory,
                      std::vector<std::pair<uint32_t, std::string>>& meanings) {
-    for (const auto& [offset, quadlet] : entriesOf(rom, directory)) {
+    for (const auto& [offset, quadlet] : directoryEntries(rom, directory)) {
         const std::string meaning = sbp2EntryMeaning(quadlet >> 24, quadlet & 0xFFFFFF);
         if (!meaning.empty())
             meanings.emplace_back(offset, "SBP-2 " + meaning);
