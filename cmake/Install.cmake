@@ -26,14 +26,20 @@ install(FILES
     libRombus/Message.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/libRombus COMPONENT development)
 install(FILES
-    inspect/Advisories.h
-    inspect/CrcCauses.h
-    inspect/Explanations.h
-    inspect/Inspection.h
-    inspect/NodeDevices.h
-    inspect/NodeView.h
-    inspect/RomDecoder.h
-    inspect/RomWalk.h
+    inspect/verdicts/Advisories.h
+    inspect/verdicts/CrcCauses.h
+    inspect/verdicts/Explanations.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/verdicts COMPONENT development)
+install(FILES
+    inspect/model/Inspection.h
+    inspect/model/NodeDevices.h
+    inspect/model/NodeView.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/model COMPONENT development)
+install(FILES
+    inspect/rom/RomDecoder.h
+    inspect/rom/RomWalk.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/rom COMPONENT development)
+install(FILES
     inspect/Rombus.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect COMPONENT development)
 

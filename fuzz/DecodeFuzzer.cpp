@@ -5,7 +5,7 @@
 #include "Dump.h"
 #include "JsonReport.h"
 #include "TextReport.h"
-#include "inspect/Inspection.h"
+#include "inspect/model/Inspection.h"
 #include "lib1394/ConfigROM.h"
 
 #include <cstdlib>

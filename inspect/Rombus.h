@@ -2,7 +2,7 @@
 
 // The entry point for programs that want the verdicts the rombus tool gives: read a bus (the
 // machine's sysfs tree or ROM image files), run the module over it with the tool's settings and
-// get, per node, its status, its problem records and its decoded ROM (inspect/NodeView.h).
+// get, per node, its status, its problem records and its decoded ROM (inspect/model/NodeView.h).
 //
 //   rombus::Inspection inspection = rombus::inspectFiles({"node.rom"}, rombus::toolSettings());
 //   for (const rombus::NodeView& node : inspection.nodes)
@@ -10,7 +10,7 @@
 //
 // Link Rombus::Inspect (CMake: find_package(Rombus)) or pkg-config's rombus.
 
-#include "inspect/Inspection.h"
+#include "inspect/model/Inspection.h"
 #include "zul/Api.h"
 
 #include <string>

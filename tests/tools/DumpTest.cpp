@@ -1,7 +1,7 @@
 // The annotated dump and the advisories of the decoder, on ROMs laid out byte for byte.
 #include "Dump.h"
 #include "TextReport.h"
-#include "inspect/Inspection.h"
+#include "inspect/model/Inspection.h"
 
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"

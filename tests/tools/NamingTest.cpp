@@ -8,7 +8,7 @@
 #include "JsonReport.h"
 #include "Listing.h"
 #include "TextReport.h"
-#include "inspect/Inspection.h"
+#include "inspect/model/Inspection.h"
 #include "lib1394/SysfsBus.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"

@@ -1,7 +1,7 @@
 // make-sample: writes the sample sysfs tree that `rombus scan --sysfs` reads: two FireWire
 // controllers (ports) with nodes whose Configuration ROMs are built here, well-formed except where
 // a node is meant to show one kind of problem. Usage: make-sample FOLDER
-#include "inspect/RomWalk.h"
+#include "inspect/rom/RomWalk.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 

@@ -1,7 +1,7 @@
 // rombus build DESC -o ROM: a ROM image from its YAML description.
 #include "CommandIo.h"
 #include "RomCommands.h"
-#include "inspect/RomDescription.h"
+#include "inspect/lifecycle/RomDescription.h"
 #include "lib1394/RegularFile.h"
 
 namespace rombus {

@@ -2,8 +2,8 @@
 
 #include "Options.h"
 #include "Text.h"
-#include "inspect/AtomicFile.h"
-#include "inspect/Format.h"
+#include "inspect/io/AtomicFile.h"
+#include "inspect/io/Format.h"
 
 #include <cerrno>
 #include <cstdio>

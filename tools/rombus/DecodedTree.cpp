@@ -1,9 +1,9 @@
 #include "DecodedTree.h"
 
 #include "Text.h"
-#include "inspect/Format.h"
-#include "inspect/Names.h"
-#include "inspect/UnitTypes.h"
+#include "inspect/io/Format.h"
+#include "inspect/knowledge/UnitTypes.h"
+#include "inspect/rom/Names.h"
 
 namespace rombus {
 namespace {

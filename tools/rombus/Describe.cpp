@@ -1,7 +1,7 @@
 // rombus describe ROM: a ROM as the YAML description 'rombus build' turns back into it.
 #include "CommandIo.h"
 #include "RomCommands.h"
-#include "inspect/RomDescription.h"
+#include "inspect/lifecycle/RomDescription.h"
 
 namespace rombus {
 namespace {

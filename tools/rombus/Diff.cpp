@@ -1,7 +1,7 @@
 // rombus diff A B: two ROMs compared entry by entry, in the manner of diff -u.
 #include "CommandIo.h"
 #include "RomCommands.h"
-#include "inspect/RomDiff.h"
+#include "inspect/lifecycle/RomDiff.h"
 
 #include <nlohmann/json.hpp>
 

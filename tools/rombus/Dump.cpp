@@ -1,12 +1,12 @@
 #include "Dump.h"
 
 #include "Text.h"
-#include "inspect/Annotations.h"
-#include "inspect/Format.h"
-#include "inspect/Locator.h"
-#include "inspect/Names.h"
-#include "inspect/Records.h"
-#include "inspect/UnitTypes.h"
+#include "inspect/io/Format.h"
+#include "inspect/knowledge/Annotations.h"
+#include "inspect/knowledge/UnitTypes.h"
+#include "inspect/rom/Locator.h"
+#include "inspect/rom/Names.h"
+#include "inspect/rom/Records.h"
 
 #include <map>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inspect/NodeView.h"
+#include "inspect/model/NodeView.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
 #include "JsonReport.h"
 
-#include "inspect/Names.h"
-#include "inspect/Records.h"
-#include "inspect/RomNames.h"
-#include "inspect/Sbp2.h"
-#include "inspect/UnitTypes.h"
+#include "inspect/knowledge/RomNames.h"
+#include "inspect/knowledge/Sbp2.h"
+#include "inspect/knowledge/UnitTypes.h"
+#include "inspect/rom/Names.h"
+#include "inspect/rom/Records.h"
 
 #include <cctype>
 #include <cstdio>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inspect/Inspection.h"
+#include "inspect/model/Inspection.h"
 
 #include <nlohmann/json.hpp>
 

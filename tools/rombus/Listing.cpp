@@ -2,9 +2,9 @@
 
 #include "Text.h"
 #include "UnitLines.h"
-#include "inspect/Format.h"
-#include "inspect/RomNames.h"
-#include "inspect/UnitTypes.h"
+#include "inspect/io/Format.h"
+#include "inspect/knowledge/RomNames.h"
+#include "inspect/knowledge/UnitTypes.h"
 
 #include <algorithm>
 #include <map>

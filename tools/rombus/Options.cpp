@@ -1,7 +1,7 @@
 #include "Options.h"
 
 #include "RomCommands.h"
-#include "inspect/Registry.h"
+#include "inspect/io/Registry.h"
 
 #include <CLI/CLI.hpp>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // rombus repair IN -o OUT: a copy of a ROM with every CRC corrected.
 #include "CommandIo.h"
 #include "RomCommands.h"
-#include "inspect/RomRepair.h"
+#include "inspect/lifecycle/RomRepair.h"
 
 #include <filesystem>
 

@@ -4,13 +4,13 @@
 #include "Dump.h"
 #include "Text.h"
 #include "UnitLines.h"
-#include "inspect/DeviceTree.h"
-#include "inspect/Format.h"
-#include "inspect/Locator.h"
-#include "inspect/Names.h"
-#include "inspect/Records.h"
-#include "inspect/Triage.h"
-#include "inspect/UnitTypes.h"
+#include "inspect/io/Format.h"
+#include "inspect/knowledge/UnitTypes.h"
+#include "inspect/model/DeviceTree.h"
+#include "inspect/rom/Locator.h"
+#include "inspect/rom/Names.h"
+#include "inspect/rom/Records.h"
+#include "inspect/verdicts/Triage.h"
 
 #include <algorithm>
 #include <cstdio>

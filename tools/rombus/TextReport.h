@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Terminal.h"
-#include "inspect/Inspection.h"
+#include "inspect/model/Inspection.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
 #include "UnitLines.h"
 
 #include "Text.h"
-#include "inspect/Format.h"
-#include "inspect/RomNames.h"
-#include "inspect/Sbp2.h"
-#include "inspect/UnitTypes.h"
+#include "inspect/io/Format.h"
+#include "inspect/knowledge/RomNames.h"
+#include "inspect/knowledge/Sbp2.h"
+#include "inspect/knowledge/UnitTypes.h"
 
 namespace rombus {
 namespace {

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "inspect/model/NodeView.h"
+#include "lib1394/RomImageBus.h"
+#include "vesk5/DiagModule.h"
+#include "vesk5/SysInfoDevice.h"
+#include "zul/Api.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rombus {
+
+// How the module is to read: the registry it names vendors from, the level of a CRC mismatch and
+// the priority from which its log lines reach standard error.
+struct Settings {
+    std::string registry;
+    unsigned crcLevel = 2;
+    unsigned logLevel = 3;
+};
+
+// One run of the module over a bus, as the reports show it. Its nodes refer to its devices, so
+// it moves but is never copied.
+struct ROMBUS_API Inspection {
+    Inspection() = default;
+    Inspection(Inspection&&) = default;
+    Inspection& operator=(Inspection&&) = default;
+    Inspection(const Inspection&) = delete;
+    Inspection& operator=(const Inspection&) = delete;
+
+    bool result = false; // the enumeration's own result
+    // The devices handed to the framework, in order, and its event reports.
+    std::vector<vesk5::SysInfoDevice> devices;
+    std::vector<vesk5::DiagModule::Report> reports;
+    // What each port is (a controller's folder, "image files"), by port index.
+    std::vector<std::string> portTexts;
+    // What the bus skipped or could not take as it stood.
+    std::vector<std::string> notes;
+    std::vector<NodeView> nodes;
+
+    // The node whose device is the device at an index, if any.
+    const NodeView* nodeOfDevice(size_t device) const;
+};
+
+// Installs the bus, sets the module's parameters and the log gate, enumerates every node and
+// builds the view of each.
+ROMBUS_API Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
+
+// Whether any node has a problem record or could not be read, or the bus skipped a node.
+ROMBUS_API bool hasProblems(const Inspection& inspection);
+// Whether nodes were found and every one was read without a problem: no bus, or a bus without
+// a node, is not clean, nor is it a problem of a node.
+ROMBUS_API bool isClean(const Inspection& inspection);
+// Whether the decoder found a likely bug the module does not report (notes do not count).
+ROMBUS_API bool hasAdvisories(const Inspection& inspection);
+
+} // namespace rombus

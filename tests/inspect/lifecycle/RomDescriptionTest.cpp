@@ -1,0 +1,168 @@
+#include "inspect/lifecycle/RomDescription.h"
+
+#include "lib1394/ImageFile.h"
+
+#include "rombus_support/HostileRoms.h"
+#include "rombus_support/RomLayout.h"
+#include "rombus_support/TypicalRom.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+using rombus_test::RomLayout;
+
+std::vector<uint8_t> roundTrip(const std::vector<uint8_t>& rom, std::string& why) {
+    const std::string description = rombus::describeRom(rombus::decode::decodeRom(rom), why);
+    if (description.empty())
+        return {};
+    return rombus::buildRom(description, why);
+}
+
+// Two units, the first with a dependent directory and a leaf: breadth first, the second unit
+// comes before what the first holds.
+RomLayout twoUnits() {
+    RomLayout rom(0x0030E00000000042ull, 0xE0, 8);
+    rom.directory({RomLayout::immediate(0x03, 0x0030E0), RomLayout::ref(0x81, 1),
+                   RomLayout::ref(0xD1, 2), RomLayout::ref(0xD1, 3)});
+    rom.textLeaf("Vendor");
+    rom.directory(
+        {RomLayout::immediate(0x12, 0x00A02D), RomLayout::ref(0xD4, 4), RomLayout::ref(0x82, 5)});
+    rom.directory({RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x54, 0x4000)});
+    rom.directory({RomLayout::immediate(0x38, 0x10)});
+    rom.leaf({0x12345678, 0x9ABCDEF0});
+    return rom;
+}
+
+// The ROM with the CRC of the block at `at` spoilt.
+std::vector<uint8_t> withWrongCrc(std::vector<uint8_t> rom, size_t at) {
+    rom[at + 3] ^= 0x5A;
+    return rom;
+}
+
+TEST(RomDescription, DescribeThenBuildGivesBackEveryRomByteForByte) {
+    const RomLayout layout = twoUnits();
+    auto trailing = layout.image();
+    trailing.insert(trailing.end(), {0xDE, 0xAD, 0xBE, 0xEF});
+    auto oddBus = layout.image();
+    oddBus[6] = 0x05;   // bus name "13\x054"
+    oddBus[10] |= 0x04; // a reserved bus option bit
+    auto past = layout.image();
+    past[1] = 0xFF; // crc_length 255, and the CRC can no longer be known
+    // Depth first: the first unit's blocks before the second unit.
+    RomLayout depthFirst;
+    depthFirst.directory({RomLayout::ref(0xD1, 1), RomLayout::ref(0xD1, 3)});
+    depthFirst.directory({RomLayout::ref(0x81, 2)});
+    depthFirst.textLeaf("A");
+    depthFirst.directory({});
+    // A gap between the root directory and its leaf, which refers past the ROM's end.
+    RomLayout gap;
+    gap.directory({RomLayout::ref(0x81, 2), RomLayout::immediate(0xD1, 0x100)});
+    gap.leaf({0xCAFE0000});
+    gap.leaf({0, 0, 0x42000000});
+    // Wrong CRCs, data after the last block, blocks out of order, shared or apart are
+    // described as they stand.
+    std::vector<std::pair<std::string, std::vector<uint8_t>>> roms = {
+        {"typical", rombus_bench::typicalRom()},
+        {"two units", layout.image()},
+        {"bus CRC", withWrongCrc(layout.image(), 0)},
+        {"root CRC", withWrongCrc(layout.image(), 0x14)},
+        {"text leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(1))},
+        {"unit CRC", withWrongCrc(layout.image(), layout.offsetOf(2))},
+        {"leaf CRC", withWrongCrc(layout.image(), layout.offsetOf(5))},
+        {"trailing", trailing},
+        {"crc_length past the end", past},
+        {"odd bus name and options", oddBus},
+        {"depth first", depthFirst.image()},
+        {"gap", gap.image()},
+        {"shared", rombus_test::deepDoublingRom()},
+        {"shared many times", rombus_test::lookupStormRom()}};
+    for (const auto& file : std::filesystem::directory_iterator(ROMBUS_SOURCE_DIR "/tests/roms"))
+        if (file.path().extension() == ".hex")
+            roms.emplace_back(file.path().filename(),
+                              lib1394::readImageFile(file.path().string()).rom);
+    EXPECT_GE(roms.size(), 18u);
+    for (const auto& [name, rom] : roms) {
+        std::string why;
+        EXPECT_EQ(roundTrip(rom, why), rom) << name << ": " << why;
+    }
+}
+
+TEST(RomDescription, AHandWrittenDescriptionBuildsTheRomItSays) {
+    const std::string description = R"(# A camera: names, keys by number, nested directories.
+bus_info:
+  irmc: 1
+  cmc: 1
+  isc: 1            # bmc and pmc left at 0
+  max_rec: 8
+guid: 0x0030E00000000042
+root:
+  - vendor: 0x0030E0
+  - descriptor: "Vendor"
+  - unit:
+      - specifier_id: 0x00A02D
+      - dependent_info:
+          - 0x38: 16
+      - bus_dependent_info: [0x12345678, 0x9abcdef0]
+  - unit:
+      - specifier_id: 0x00609E
+      - 0x54: 0x4000   # a CSR offset by its key
+)";
+    std::string error;
+    EXPECT_EQ(rombus::buildRom(description, error), twoUnits().image()) << error;
+    EXPECT_EQ(rombus::buildRom("minimal_vendor_id: 0x00A02D\n", error),
+              (std::vector<uint8_t>{0x01, 0x00, 0xA0, 0x2D}));
+}
+
+TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
+    const std::pair<std::string, std::string> wrong[] = {
+        {"guid: 1\nroot:\n  - vendr: 1\n",
+         "line 3: \"vendr\" is neither a key name nor a key 0xKK"},
+        {"guid: 1\nroot:\n  - vendor: 0x1000000\n",
+         "line 3: vendor: 0x1000000 is more than FFFFFFh"},
+        {"guid: 1\nroot:\n  - unit: 5\n", "line 3: a directory is a list of entries"},
+        {"guid: 1\nbus_info:\n  max_rec: 16\nroot: []\n", "line 3: max_rec: 16 is more than Fh"},
+        {"guid: 1\nbus_info:\n  speed: 1\nroot: []\n", "line 3: \"speed\" is not a bus_info field"},
+        {"root: []\n", "line 1: the description has no guid"},
+        {"guid: 1\nroot:\n  - unit: {crc: 1, entry: []}\n",
+         "line 3: \"entry\" is not at, crc, entries, text, quadlets or value"},
+        {"guid: 1\nroot_crc: 0x10000\nroot: []\n", "line 2: crc: 0x10000 is more than FFFFh"},
+        {"guid: 1\nroot:\n  - vendor: 1\n  - unit: {at: 0x18, entries: []}\n",
+         "line 4: the block at 18h is not after its entry at 1Ch; an entry refers only forward"},
+        {"guid: 1\nroot: []\nunreferenced: {0x22: [1]}\n",
+         "line 3: 22h is not the offset of a quadlet"},
+        // An alias that holds itself, and a leaf too long for a ROM.
+        {"guid: 1\nroot:\n  - unit: &loop [{unit: *loop}]\n",
+         "line 3: the ROM would hold more than 256 quadlets"},
+        {"guid: 1\nroot:\n  - descriptor: \"" + std::string(1100, 'x') + "\"\n",
+         "line 3: the ROM would hold more than 256 quadlets"},
+        {"guid: 1\nroot:\n  - vendor: [1\n", "line 4: end of sequence flow not found"},
+        {"guid: 1\nbus_info:\n  crc_length: 9\nroot: []\n",
+         "line 3: crc_length 9 runs past the ROM's 6 quadlets"},
+    };
+    for (const auto& [description, message] : wrong) {
+        std::string error;
+        EXPECT_TRUE(rombus::buildRom(description, error).empty()) << description;
+        EXPECT_EQ(error, message) << description;
+    }
+}
+
+TEST(RomDescription, ARomThatCannotBeBuiltAgainIsRefusedWithTheReason) {
+    auto cut = twoUnits().image();
+    cut.resize(cut.size() - 4);
+    auto shortBusInfo = twoUnits().image();
+    shortBusInfo[0] = 0x02; // info_length 2
+    const std::pair<std::vector<uint8_t>, std::string> refused[] = {
+        {cut, "the block at 60h runs past the end of the ROM"},
+        {shortBusInfo, "at 0h it holds 02"},
+    };
+    for (const auto& [rom, reason] : refused) {
+        std::string why;
+        EXPECT_EQ(rombus::describeRom(rombus::decode::decodeRom(rom), why), "");
+        EXPECT_NE(why.find(reason), std::string::npos) << why;
+    }
+}
+
+} // namespace
