@@ -4,13 +4,7 @@
 #include "Dump.h"
 #include "Text.h"
 #include "UnitLines.h"
-#include "inspect/io/Format.h"
-#include "inspect/knowledge/UnitTypes.h"
-#include "inspect/model/DeviceTree.h"
-#include "inspect/rom/Locator.h"
-#include "inspect/rom/Names.h"
-#include "inspect/rom/Records.h"
-#include "inspect/verdicts/Triage.h"
+#include "inspect/model/Model.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -47,7 +41,7 @@ std::string describe(const vesk5::SysInfoDevice::Property& property) {
     if (name == "VendorName")
         return quoted(value.valueString().zulString().str(), false);
     if (name == "TextString")
-        return quoted(value.valueString().zulString().str(), true);
+        return quoted(shownText(value.valueString().zulString().str()), true);
     if (name == "CycleClockAcc")
         return name + " " + std::to_string(value.valueUint32()) + " ppm";
     if (name == "MaxDataRecSize")
@@ -76,15 +70,6 @@ std::string properties(const vesk5::SysInfoDevice& device) {
             text += (text.empty() ? "" : "  ") + piece;
     }
     return text;
-}
-
-// "at 18h" for an entry whose locator ends in @fffff0000418: its offset in the ROM.
-std::string romOffset(const std::string& locator) {
-    const auto entry = entryAddressOf(locator);
-    if (!entry)
-        return std::string();
-    const auto offset = entry->romOffset();
-    return offset ? format("at %Xh", *offset) : locator.substr(locator.rfind('@'));
 }
 
 // Why the reading of a node stopped before its end.
@@ -145,17 +130,27 @@ private:
             out_ << wrap(line.text, indent + line.depth * Step, indent + (line.depth + 2) * Step);
     }
 
-    // "  (protocol)" after a unit directory of the node being printed, else nothing.
-    std::string protocolOfUnit(const vesk5::SysInfoDevice& device) const {
-        const auto entry = entryAddressOf(device.hwLocator().zulString().str());
-        const auto offset = entry ? entry->romOffset() : std::nullopt;
-        if (device.name().zulString().str() != "Directory - Unit" || !node_ || !offset ||
-            entry->word != "DIRECTORY")
-            return std::string();
-        for (const decode::UnitIds& unit : node_->decoded.units)
-            if (unit.directory == *offset)
-                return "  (" + decode::unitName(unit, node_->devices) + ")";
-        return std::string();
+    // "at 18h" for an immediate entry, "at 24h -> 3Ch" for a leaf or directory: where the
+    // entry of a device stands in the node's ROM and where its block is; then the unit's name
+    // for a unit directory, and which of the records below lie at the entry or its block.
+    std::string placeOf(const vesk5::SysInfoDevice& device) const {
+        const std::string locator = device.hwLocator().zulString().str();
+        const decode::RomEntry* entry = node_ ? node_->entryOfLocator(locator) : nullptr;
+        if (!entry) {
+            if (const auto offset = NodeView::offsetOfLocator(locator))
+                return format("at %Xh", *offset);
+            const size_t at = locator.rfind('@');
+            return at == std::string::npos ? std::string() : locator.substr(at);
+        }
+        std::string text = format("at %Xh", entry->offset);
+        if (entry->target)
+            text += format(" -> %Xh", *entry->target);
+        if (const UnitView* unit = entry->target ? node_->unitAt(*entry->target) : nullptr;
+            unit && device.name().zulString().str() == "Directory - Unit")
+            text += "  (" + unit->name + ")";
+        for (size_t record : node_->recordsAt(*entry))
+            text += format("  <- problem %zu", record + 1);
+        return text;
     }
 
     // A record's line: its level in a column of its own, coloured when asked.
@@ -189,9 +184,7 @@ private:
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else {
-            std::string head = level + device.name().zulString().str() + "  " +
-                               romOffset(device.hwLocator().zulString().str()) +
-                               protocolOfUnit(device);
+            std::string head = level + device.name().zulString().str() + "  " + placeOf(device);
             out_ << wrap(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
         }
         for (size_t child : tree_.children[index])
@@ -250,9 +243,8 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
-        const std::string sharedCause = sharedCrcCause(node.decoded);
-        if (!sharedCause.empty())
-            out_ << wrap(sharedCause, indent, indent);
+        if (!node.knowledge.crcCause.empty())
+            out_ << wrap(node.knowledge.crcCause, indent, indent);
         printRecords(node, indent);
         if (node.beyondVerdict)
             out_ << decodedTreeText(node, indent, layout_.width);
