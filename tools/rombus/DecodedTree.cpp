@@ -11,11 +11,12 @@ constexpr size_t Step = 2;
 constexpr size_t MaxDepth = 8;
 
 std::string entryLine(const decode::RomEntry& entry) {
-    std::string line =
-        format("%s  at %Xh  key %02Xh  ", entryName(entry.key).c_str(), entry.offset, entry.key);
+    const std::string name = entryName(entry.key);
     if (!entry.target)
-        return line + format("%06Xh", entry.value);
-    line += format("-> %Xh", *entry.target);
+        return format("%s  at %Xh  key %02Xh  %06Xh", name.c_str(), entry.offset, entry.key,
+                      entry.value);
+    std::string line = format("%s  at %Xh -> %Xh  key %02Xh", name.c_str(), entry.offset,
+                              *entry.target, entry.key);
     if (entry.repeated)
         line += " (shown before)";
     if (entry.text)

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -131,11 +132,10 @@ private:
     }
 
     // "at 18h" for an immediate entry, "at 24h -> 3Ch" for a leaf or directory: where the
-    // entry of a device stands in the node's ROM and where its block is; then the unit's name
-    // for a unit directory, and which of the records below lie at the entry or its block.
-    std::string placeOf(const vesk5::SysInfoDevice& device) const {
+    // entry of a device stands in the node's ROM and where its block is, then the unit's name
+    // for a unit directory.
+    std::string placeOf(const vesk5::SysInfoDevice& device, const decode::RomEntry* entry) const {
         const std::string locator = device.hwLocator().zulString().str();
-        const decode::RomEntry* entry = node_ ? node_->entryOfLocator(locator) : nullptr;
         if (!entry) {
             if (const auto offset = NodeView::offsetOfLocator(locator))
                 return format("at %Xh", *offset);
@@ -148,8 +148,16 @@ private:
         if (const UnitView* unit = entry->target ? node_->unitAt(*entry->target) : nullptr;
             unit && device.name().zulString().str() == "Directory - Unit")
             text += "  (" + unit->name + ")";
-        for (size_t record : node_->recordsAt(*entry))
-            text += format("  <- problem %zu", record + 1);
+        return text;
+    }
+
+    // "  <- problem 2" for each record below whose fault lies at the entry or its block,
+    // counted from 1 in the order the records are listed.
+    std::string marksOf(const decode::RomEntry* entry) const {
+        std::string text;
+        if (entry)
+            for (size_t record : node_->recordsAt(*entry))
+                text += format("  <- problem %zu", record + 1);
         return text;
     }
 
@@ -174,23 +182,57 @@ private:
             depth > MaxIndentLevel ? "(level " + std::to_string(depth) + ") " : "";
         const std::string props = properties(device);
         const NodeView* node = isNodeDevice(device) ? inspection_.nodeOfDevice(index) : nullptr;
+        const decode::RomEntry* entry = nullptr;
         if (isPortDevice(device)) {
             printPortHead(device, indent);
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else if (isNodeDevice(device)) {
             node_ = node;
+            shown_.clear();
             printNodeHead(device, indent);
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else {
-            std::string head = level + device.name().zulString().str() + "  " + placeOf(device);
-            out_ << wrap(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
+            entry = node_ ? node_->entryOfLocator(device.hwLocator().zulString().str()) : nullptr;
+            const std::string head =
+                level + device.name().zulString().str() + "  " + placeOf(device, entry);
+            out_ << wrap((props.empty() ? head : head + "  " + props) + marksOf(entry), indent,
+                         indent + 2 * Step);
+            if (entry)
+                shown_.insert(entry->offset);
         }
         for (size_t child : tree_.children[index])
             printDevice(child, depth + 1);
+        if (const auto* entries = entriesOf(device, entry))
+            printUnpublished(*entries, std::min(depth + 1, MaxIndentLevel) * Step);
         if (node)
             printNodeProblems(*node, indent + Step);
+    }
+
+    // The entries of a directory device's block: a directory entry's, or the root directory's.
+    const std::vector<decode::RomEntry>* entriesOf(const vesk5::SysInfoDevice& device,
+                                                   const decode::RomEntry* entry) const {
+        if (!node_ || device.name().zulString().str().rfind("Directory - ", 0) != 0)
+            return nullptr;
+        if (entry)
+            return &entry->children;
+        const auto offset = NodeView::offsetOfLocator(device.hwLocator().zulString().str());
+        return offset == decode::RootDirectoryOffset ? &node_->decoded.root : nullptr;
+    }
+
+    // The entries of a directory that a record names but the module published no device for (it
+    // refused them), shown where they lie so that the record's entry is in the tree.
+    void printUnpublished(const std::vector<decode::RomEntry>& entries, size_t indent) {
+        for (const decode::RomEntry& entry : entries) {
+            const std::string marks = marksOf(&entry);
+            if (marks.empty() || shown_.count(entry.offset))
+                continue;
+            std::string line = entryName(entry.key) + format("  at %Xh", entry.offset);
+            line +=
+                entry.target ? format(" -> %Xh", *entry.target) : format("  0x%06X", entry.value);
+            out_ << wrap(line + "  (not published)" + marks, indent, indent + 2 * Step);
+        }
     }
 
     void printPortHead(const vesk5::SysInfoDevice& device, size_t indent) {
@@ -331,6 +373,7 @@ private:
     std::ostringstream& out_;
     DeviceTree tree_;
     const NodeView* node_ = nullptr; // the node being printed
+    std::set<uint32_t> shown_;       // the offsets of its entries printed so far
     size_t ports_ = 0;
     size_t nodesOfPort_ = 0; // nodes printed of the current port
     NodeTally tally_;
