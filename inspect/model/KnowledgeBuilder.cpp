@@ -2,6 +2,7 @@
 
 #include "inspect/knowledge/Annotations.h"
 #include "inspect/knowledge/RomNames.h"
+#include "inspect/knowledge/Sbp2.h"
 #include "inspect/knowledge/UnitTypes.h"
 
 namespace rombus {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "inspect/knowledge/Sbp2.h"
+#include "inspect/knowledge/Sbp2Unit.h"
 
 #include <cstdint>
 #include <optional>

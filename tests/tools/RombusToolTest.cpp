@@ -638,7 +638,10 @@ TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     const json report = rombusJson("scan --sysfs " + sample, 1);
     EXPECT_EQ(report["nodes"][1]["source"], "fw1");
     EXPECT_EQ(report["nodes"][1]["units"][0]["driver"], "firewire_sbp2");
-    EXPECT_EQ(report["nodes"][5]["units"][0]["driver"], nullptr);
+    // fw5.0 is listed with no driver bound; fw2 is listed without unit devices.
+    EXPECT_EQ(report["nodes"][5]["units"][0]["driver"], "");
+    EXPECT_EQ(report["nodes"][5]["units"][0]["kernelIndex"], 0);
+    EXPECT_EQ(report["nodes"][2]["units"][0]["driver"], nullptr);
     EXPECT_EQ(report["nodes"][0]["kernel"]["modelName"], "Rombus sample controller A");
     EXPECT_EQ(report["nodes"][1]["kernel"]["modelName"], nullptr);
     // Image files know nothing of drivers.

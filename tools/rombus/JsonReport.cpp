@@ -139,31 +139,27 @@ json sbp2(const std::optional<Sbp2View>& view) {
             {"logicalUnits", std::move(luns)}};
 }
 
-// A text of sysfs: null where it shows none or an empty one.
-json kernelText(const std::optional<std::string>& text) {
-    return text ? textOrNull(*text) : json(nullptr);
-}
-
 json units(const NodeView& view) {
     json out = json::array();
     for (const UnitView& unit : view.units)
-        out.push_back({{"entry", unit.entry},
-                       {"directory", unit.directory},
-                       {"path", unit.path},
-                       {"vendorId", unit.vendor},
-                       {"modelId", unit.model},
-                       {"specifierId", unit.specifier},
-                       {"version", unit.version},
-                       {"name", unit.name},
-                       {"architecture", textOrNull(unit.architecture)},
-                       {"protocol", unit.name},
-                       {"kernelUnit", unit.kernelIndex.has_value()},
-                       {"kernelIndex", unit.kernelIndex ? json(*unit.kernelIndex) : json(nullptr)},
-                       {"texts", unit.texts},
-                       {"modalias", unit.modalias},
-                       {"kernelModalias", kernelText(unit.kernelModalias)},
-                       {"driver", kernelText(unit.driver)},
-                       {"sbp2", sbp2(unit.sbp2)}});
+        out.push_back(
+            {{"entry", unit.entry},
+             {"directory", unit.directory},
+             {"path", unit.path},
+             {"vendorId", unit.vendor},
+             {"modelId", unit.model},
+             {"specifierId", unit.specifier},
+             {"version", unit.version},
+             {"name", unit.name},
+             {"architecture", textOrNull(unit.architecture)},
+             {"protocol", unit.name},
+             {"kernelUnit", unit.kernelIndex.has_value()},
+             {"kernelIndex", unit.kernelIndex ? json(*unit.kernelIndex) : json(nullptr)},
+             {"texts", unit.texts},
+             {"modalias", unit.modalias},
+             {"kernelModalias", unit.kernelModalias ? json(*unit.kernelModalias) : json(nullptr)},
+             {"driver", unit.driver ? json(*unit.driver) : json(nullptr)},
+             {"sbp2", sbp2(unit.sbp2)}});
     return out;
 }
 
