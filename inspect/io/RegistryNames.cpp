@@ -20,8 +20,8 @@ std::optional<std::string> RegistryNames::nameOf(uint32_t id) {
     return found->second;
 }
 
-// Lines as the module takes them: leading upper-case hexadecimal digits, then white space, then
-// the name up to the line's end; the first name of an identifier wins.
+// Lines as the module writes them: upper-case hexadecimal digits, white space, then the name up to
+// the line's end; the first name of an identifier wins.
 void RegistryNames::read() {
     read_ = true;
     std::ifstream in(path_);
@@ -30,7 +30,8 @@ void RegistryNames::read() {
         size_t digits = 0;
         while (digits < line.size() && digits < 8 && isUpperHex(line[digits]))
             ++digits;
-        if (digits == 0 || (digits < line.size() && isUpperHex(line[digits])))
+        if (digits == 0 || (digits < line.size() && line[digits] != ' ' && line[digits] != '\t' &&
+                            line[digits] != '\r'))
             continue;
         size_t name = digits;
         while (name < line.size() && (line[name] == ' ' || line[name] == '\t'))
