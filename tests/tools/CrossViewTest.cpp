@@ -235,6 +235,15 @@ TEST_F(BuiltRoms, TheEntryARecordNamesIsMarkedInTheTree) {
                                       "h  0x0083C0  (not published)  <- problem 1\n"));
     // The root's own capabilities entry is not the one the record names.
     EXPECT_THAT(views.text, HasSubstr("Immediate - Node Capabilities  at 1Ch  0x0083C0\n"));
+
+    // A root directory without a vendor id: the record names the root, which no entry names.
+    RomLayout vendorless(0xACDE480000000013ull);
+    vendorless.directory({RomLayout::immediate(0x0C, 0x0083C0)});
+    const Views rootViews({write("vendorless.rom", vendorless.image())});
+    expectViewsAgree(rootViews);
+    ASSERT_EQ(rootViews.inspection.nodes[0].records.size(), 1u);
+    EXPECT_THAT(rootViews.text, HasSubstr("    Directory - Root  at 14h  <- problem 1\n"));
+    EXPECT_THAT(rootViews.text, HasSubstr("Immediate - Node Capabilities  at 18h  0x0083C0\n"));
 }
 
 } // namespace

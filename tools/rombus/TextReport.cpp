@@ -99,8 +99,13 @@ private:
     }
 
     // "  <- problem 2" for each record below whose fault lies at the entry or its block,
-    // counted from 1 in the order the records are listed.
-    std::string marksOf(const decode::RomEntry* entry) const {
+    // counted from 1 in the order the records are listed. The root directory, which no entry
+    // names, stands at its block.
+    std::string marksOf(const decode::RomEntry* entry, const std::string& locator) const {
+        decode::RomEntry root;
+        root.offset = decode::RootDirectoryOffset;
+        if (!entry && node_ && NodeView::offsetOfLocator(locator) == root.offset)
+            entry = &root;
         std::string text;
         if (entry)
             for (size_t record : node_->recordsAt(*entry))
@@ -141,11 +146,12 @@ private:
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else {
-            entry = node_ ? node_->entryOfLocator(device.hwLocator().zulString().str()) : nullptr;
+            const std::string locator = device.hwLocator().zulString().str();
+            entry = node_ ? node_->entryOfLocator(locator) : nullptr;
             const std::string head =
                 level + device.name().zulString().str() + "  " + placeOf(device, entry);
-            out_ << wrap((props.empty() ? head : head + "  " + props) + marksOf(entry), indent,
-                         indent + 2 * Step);
+            out_ << wrap((props.empty() ? head : head + "  " + props) + marksOf(entry, locator),
+                         indent, indent + 2 * Step);
             if (entry)
                 shown_.insert(entry->offset);
         }
@@ -172,7 +178,7 @@ private:
     // refused them), shown where they lie so that the record's entry is in the tree.
     void printUnpublished(const std::vector<decode::RomEntry>& entries, size_t indent) {
         for (const decode::RomEntry& entry : entries) {
-            const std::string marks = marksOf(&entry);
+            const std::string marks = marksOf(&entry, std::string());
             if (marks.empty() || shown_.count(entry.offset))
                 continue;
             std::string line = entryName(entry.key) + format("  at %Xh", entry.offset);
