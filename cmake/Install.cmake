@@ -34,7 +34,12 @@ install(FILES
     inspect/model/Inspection.h
     inspect/model/NodeDevices.h
     inspect/model/NodeView.h
+    inspect/model/RomKnowledge.h
+    inspect/model/UnitView.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/model COMPONENT development)
+install(FILES
+    inspect/knowledge/Sbp2Unit.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/knowledge COMPONENT development)
 install(FILES
     inspect/rom/RomDecoder.h
     inspect/rom/RomWalk.h

@@ -2,7 +2,8 @@
 
 // The entry point for programs that want the verdicts the rombus tool gives: read a bus (the
 // machine's sysfs tree or ROM image files), run the module over it with the tool's settings and
-// get, per node, its status, its problem records and its decoded ROM (inspect/model/NodeView.h).
+// get, per node, its status, its problem records, its decoded ROM and what the tool's views show
+// of it: its units with their one name and driver, the ROM's own names (inspect/model/NodeView.h).
 //
 //   rombus::Inspection inspection = rombus::inspectFiles({"node.rom"}, rombus::toolSettings());
 //   for (const rombus::NodeView& node : inspection.nodes)

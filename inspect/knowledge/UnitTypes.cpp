@@ -64,12 +64,15 @@ bool isStandardsBody(uint32_t specifierId) {
     return std::find(std::begin(bodies), std::end(bodies), specifierId) != std::end(bodies);
 }
 
-std::string unitName(const UnitIds& unit, const NodeDevices& devices) {
-    const std::string protocol = unitProtocol(unit.specifier, unit.version);
-    if (protocol != UnknownUnitType || isStandardsBody(unit.specifier) || !unit.specifierEntry)
-        return protocol;
-    const auto owner = devices.property("IMMEDIATE", unit.specifierEntry, "VendorName");
-    return owner && !owner->empty() ? "vendor-specific unit of " + *owner : protocol;
+bool namedByOwner(uint32_t specifierId, uint32_t version) {
+    return unitProtocol(specifierId, version) == UnknownUnitType && !isStandardsBody(specifierId);
+}
+
+std::string unitName(uint32_t specifierId, uint32_t version,
+                     const std::optional<std::string>& owner) {
+    if (namedByOwner(specifierId, version) && owner && !owner->empty())
+        return "vendor-specific unit of " + *owner;
+    return unitProtocol(specifierId, version);
 }
 
 } // namespace rombus::decode

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "inspect/model/NodeDevices.h"
-#include "inspect/rom/RomWalk.h"
-
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace rombus::decode {
@@ -19,9 +17,13 @@ const char* unitProtocol(uint32_t specifierId, uint32_t version);
 // implement (the 1394 TA, NCITS, the IANA), rather than to one company.
 bool isStandardsBody(uint32_t specifierId);
 
+// Whether a unit's name needs the name of its specifier id's owner: the table does not know its
+// architecture and the specifier id is one company's.
+bool namedByOwner(uint32_t specifierId, uint32_t version);
+
 // The name of a unit: its protocol when the table knows it; else, for a specifier id of one
-// company, "vendor-specific unit of <name>" with the name the module published for the
-// specifier id entry; else UnknownUnitType.
-std::string unitName(const UnitIds& unit, const NodeDevices& devices);
+// company whose name is known, "vendor-specific unit of <owner>"; else UnknownUnitType.
+std::string unitName(uint32_t specifierId, uint32_t version,
+                     const std::optional<std::string>& owner);
 
 } // namespace rombus::decode

@@ -1,5 +1,6 @@
 #include "inspect/model/Inspection.h"
 
+#include "inspect/model/KnowledgeBuilder.h"
 #include "inspect/verdicts/BusAdvisories.h"
 
 #include "libRombus/Declarations.h"
@@ -124,22 +125,6 @@ std::vector<NodeView> viewsOf(const zul::Array<libRombus::lib1394_enum_log>& rec
 
 } // namespace
 
-const char* statusName(NodeStatus status) {
-    static const char* const names[] = {"ok", "problems", "read failed", "out of reads",
-                                        "not accessible"};
-    return names[static_cast<int>(status)];
-}
-
-NodeStatus NodeView::status() const {
-    if (source && !source->accessible)
-        return NodeStatus::NotAccessible;
-    if (stopped)
-        return NodeStatus::OutOfReads;
-    if (!records.isEmpty())
-        return NodeStatus::Problems;
-    return readFailed ? NodeStatus::ReadFailed : NodeStatus::Ok;
-}
-
 const NodeView* Inspection::nodeOfDevice(size_t device) const {
     for (const NodeView& node : nodes)
         if (node.device == device)
@@ -170,6 +155,9 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
     inspection.nodes = viewsOf(records, bus->ports(), failures, settings);
     attachDevices(inspection);
     addBusAdvisories(inspection.nodes);
+    RegistryNames registry(settings.registry);
+    for (NodeView& node : inspection.nodes)
+        addKnowledge(node, registry);
 
     zul::LogFactory::setSink(nullptr);
     lib1394::ConfigROMContext::installBus(nullptr);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "inspect/model/NodeDevices.h"
+#include "inspect/model/RomKnowledge.h"
+#include "inspect/model/UnitView.h"
 #include "inspect/rom/RomDecoder.h"
 #include "inspect/verdicts/Advisories.h"
 #include "inspect/verdicts/Explanations.h"
@@ -24,7 +26,8 @@ ROMBUS_API const char* statusName(NodeStatus status);
 
 // Everything known of one node, as every report shows it: where it is, what the bus read of it,
 // what the module recorded and published, its ROM decoded on the decoder's own terms, and what
-// that shows beyond the module's records.
+// that shows beyond the module's records. It is worked out once, when the inspection is built;
+// the views only format it.
 struct ROMBUS_API NodeView {
     size_t index = 0;        // place among all nodes of the inspection
     unsigned port = 0;       // the port's index
@@ -46,8 +49,23 @@ struct ROMBUS_API NodeView {
     // published just before it.
     std::optional<size_t> device;
     NodeDevices devices;
+    // Its unit directories, those of the root directory first as the kernel numbers them, and
+    // what the tool knows of its ROM.
+    std::vector<UnitView> units;
+    RomKnowledge knowledge;
 
     NodeStatus status() const;
+    // The unit whose directory is at a ROM offset; null when none is.
+    const UnitView* unitAt(uint32_t directory) const;
+    // The entry of the ROM a device the module published for it stands for, by the device's
+    // locator: an immediate entry's device gives the entry's own offset, a leaf's or directory's
+    // the offset of its block. Null for a locator of no entry of this ROM.
+    const decode::RomEntry* entryOfLocator(const std::string& locator) const;
+    // The ROM offset a device's locator names (the root directory's has no entry), if it lies in
+    // the ROM's space.
+    static std::optional<uint32_t> offsetOfLocator(const std::string& locator);
+    // The places among the records of those whose fault lies at an entry or at its block.
+    std::vector<size_t> recordsAt(const decode::RomEntry& entry) const;
     uint64_t guid() const { return source ? source->guid : 0; }
     const std::vector<uint8_t>& rom() const { return decoded.rom; }
 };

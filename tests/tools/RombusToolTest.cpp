@@ -186,7 +186,7 @@ TEST_F(RombusTool, TheTextReportShowsTheTreeAndTheProblemsWithin100Columns) {
     for (const char* expected :
          {"Port 0  IEEE1394PORT:0", "  Node 1  fw1  IEEE1394NODE:0:0030e00000000001h",
           "      Immediate - Vendor  at 18h  0x0030E0  \"OXFORD SEMICONDUCTOR LTD.\"",
-          "        Leaf - Descriptor  at 5Ch  \"FW800 sample disk\"",
+          "        Leaf - Descriptor  at 58h -> 5Ch  \"FW800 sample disk\"",
           "      error    configuration rom CRC check failed", "Port 1  IEEE1394PORT:1",
           "    Not read: the ROM is not accessible.",
           "Summary: 2 ports, 8 nodes: 3 without problems, 4 with problems, 1 not accessible."})
@@ -470,8 +470,8 @@ TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, HasSubstr("    1 advisory (beside the module's records):\n      advisory "
                                    "8h: cyc_clk_acc 255 on a cycle master capable node (cmc 1)"));
-    EXPECT_THAT(run.out, HasSubstr("Unit 0 at 3Ch  SBP-2 (storage)"));
-    EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 3Ch  (SBP-2 (storage))"));
+    EXPECT_THAT(run.out, HasSubstr("Unit 0 at 24h -> 3Ch  SBP-2 (storage)"));
+    EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 24h -> 3Ch  (SBP-2 (storage))"));
     EXPECT_THAT(run.out, HasSubstr("1 without problems. By kind: 1 advisories only.\n"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
     const json report = rombusJson("check " + disk, 0);
@@ -514,7 +514,8 @@ TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
     EXPECT_THAT(text, HasSubstr("Read beyond the module's verdict"));
     EXPECT_THAT(text, HasSubstr("Immediate - Vendor at 18h key 03h ACDE48h"));
     EXPECT_THAT(text, HasSubstr("\"Example\""));
-    EXPECT_THAT(text, HasSubstr("Unit 0 at 3Ch SBP-2 (storage) vendor ACDE48h model 000001h"));
+    EXPECT_THAT(text,
+                HasSubstr("Unit 0 at 24h -> 3Ch SBP-2 (storage) vendor ACDE48h model 000001h"));
     EXPECT_THAT(text, HasSubstr("By kind: 1 CRC only."));
     expectWithin100Columns(run.out);
 
@@ -623,20 +624,24 @@ TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
     EXPECT_THAT(
         run.out,
         HasSubstr("    Kernel: vendor_name \"Rombus Sample Works\"\n    ROM names: vendor \"Rombus "
-                  "Sample Works\", model \"FW800 sample disk\"\n    Unit 0 at 48h  SBP-2 (storage) "
+                  "Sample Works\", model \"FW800 sample disk\"\n    Unit 0 at 24h -> 48h  SBP-2 "
+                  "(storage) "
                   " \"FW800 sample disk\"  driver "
                   "firewire_sbp2\n        ieee1394:ven000030E0mo00000934sp0000609Ever00010483 (the "
                   "kernel's too)\n"));
     // The unit directory of fw5 has no model id, nor has its root: the kernel writes zeros.
     EXPECT_THAT(run.out,
-                HasSubstr("    Unit 0 at 24h  SBP-2 (storage)  no driver bound\n"
+                HasSubstr("    Unit 0 at 20h -> 24h  SBP-2 (storage)  no driver bound\n"
                           "        ieee1394:ven000030E0mo00000000sp0000609Ever00010483 (the "
                           "kernel's too)\n"));
     EXPECT_THAT(run.out, HasSubstr("  Node 0  fw0  (local: this machine's own controller)  "));
     const json report = rombusJson("scan --sysfs " + sample, 1);
     EXPECT_EQ(report["nodes"][1]["source"], "fw1");
     EXPECT_EQ(report["nodes"][1]["units"][0]["driver"], "firewire_sbp2");
-    EXPECT_EQ(report["nodes"][5]["units"][0]["driver"], nullptr);
+    // fw5.0 is listed with no driver bound; fw2 is listed without unit devices.
+    EXPECT_EQ(report["nodes"][5]["units"][0]["driver"], "");
+    EXPECT_EQ(report["nodes"][5]["units"][0]["kernelIndex"], 0);
+    EXPECT_EQ(report["nodes"][2]["units"][0]["driver"], nullptr);
     EXPECT_EQ(report["nodes"][0]["kernel"]["modelName"], "Rombus sample controller A");
     EXPECT_EQ(report["nodes"][1]["kernel"]["modelName"], nullptr);
     // Image files know nothing of drivers.

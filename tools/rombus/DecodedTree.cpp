@@ -1,9 +1,8 @@
 #include "DecodedTree.h"
 
 #include "Text.h"
-#include "inspect/io/Format.h"
-#include "inspect/knowledge/UnitTypes.h"
-#include "inspect/rom/Names.h"
+#include "UnitLines.h"
+#include "inspect/model/Model.h"
 
 namespace rombus {
 namespace {
@@ -12,15 +11,16 @@ constexpr size_t Step = 2;
 constexpr size_t MaxDepth = 8;
 
 std::string entryLine(const decode::RomEntry& entry) {
-    std::string line =
-        format("%s  at %Xh  key %02Xh  ", entryName(entry.key).c_str(), entry.offset, entry.key);
+    const std::string name = entryName(entry.key);
     if (!entry.target)
-        return line + format("%06Xh", entry.value);
-    line += format("-> %Xh", *entry.target);
+        return format("%s  at %Xh  key %02Xh  %06Xh", name.c_str(), entry.offset, entry.key,
+                      entry.value);
+    std::string line = format("%s  at %Xh -> %Xh  key %02Xh", name.c_str(), entry.offset,
+                              *entry.target, entry.key);
     if (entry.repeated)
         line += " (shown before)";
     if (entry.text)
-        line += "  \"" + escaped(*entry.text, true) + "\"";
+        line += "  \"" + escaped(shownText(*entry.text), true) + "\"";
     return line;
 }
 
@@ -37,15 +37,13 @@ void addEntries(const std::vector<decode::RomEntry>& entries, size_t indent, siz
 
 std::string decodedTreeText(const NodeView& node, size_t indent, size_t width) {
     std::string out = wrapped("Read beyond the module's verdict (the module stopped at the bus "
-                              "information block; this is the decoder's own reading of the ROM, "
-                              "no vendor names):",
+                              "information block; this is the decoder's own reading of the ROM):",
                               indent, indent, width);
     addEntries(node.decoded.root, indent + Step, 0, width, out);
-    for (size_t i = 0; i < node.decoded.units.size(); ++i) {
-        const decode::UnitIds& unit = node.decoded.units[i];
-        out += wrapped(format("Unit %zu at %Xh  %s  vendor %06Xh model %06Xh", i, unit.directory,
-                              decode::unitProtocol(unit.specifier, unit.version), unit.vendor,
-                              unit.model),
+    for (size_t i = 0; i < node.units.size(); ++i) {
+        const UnitView& unit = node.units[i];
+        out += wrapped(unitHead(i, unit) +
+                           format("  vendor %06Xh model %06Xh", unit.vendor, unit.model),
                        indent + Step, indent + 3 * Step, width);
     }
     return out;

@@ -1,12 +1,7 @@
 #include "Dump.h"
 
 #include "Text.h"
-#include "inspect/io/Format.h"
-#include "inspect/knowledge/Annotations.h"
-#include "inspect/knowledge/UnitTypes.h"
-#include "inspect/rom/Locator.h"
-#include "inspect/rom/Names.h"
-#include "inspect/rom/Records.h"
+#include "inspect/model/Model.h"
 
 #include <map>
 
@@ -18,6 +13,8 @@ using decode::RomBlock;
 using decode::RomEntry;
 
 constexpr uint64_t CsrBase = 0xFFFFF0000000ull;
+// The CSR address of the ROM's first quadlet.
+constexpr uint64_t RomBase = CsrBase + 0x400;
 // "OOO  AAAAAAAAAAAA  VVVVVVVV  ": where the meaning begins.
 constexpr size_t MeaningColumn = 29;
 constexpr uint8_t Eui64KeyId = 0x0D;
@@ -37,15 +34,16 @@ std::string crcVerdict(const RomBlock& block) {
 class Dumper {
 public:
     Dumper(const NodeView& node, size_t width)
-        : decoded_(node.decoded), width_(width), devices_(node.devices),
+        : node_(node), decoded_(node.decoded), width_(width), devices_(node.devices),
           meanings_(decoded_.quadlets()) {
         describeBusInfo();
         for (const RomBlock& block : decoded_.blocks)
             if (block.kind != BlockKind::BusInfo)
                 describeBlock(block);
         describeEntries(decoded_.root);
-        for (const auto& [offset, text] : decode::entryAnnotations(decoded_))
-            set(offset, meanings_[offset / 4] + "; " + text);
+        for (const auto& [offset, text] : node.knowledge.meanings)
+            if (offset / 4 < meanings_.size())
+                set(offset, meanings_[offset / 4] + "; " + text);
         for (size_t i = 0; i < node.records.size(); ++i) {
             const auto& record = node.records[i];
             attach(concernedOffset(record),
@@ -55,9 +53,8 @@ public:
                                                    : concernedOffset(record),
                        "means: " + node.explanations[i].note);
         }
-        const std::string shared = sharedCrcCause(decoded_);
-        if (!shared.empty())
-            unplaced_.push_back(shared);
+        if (!node.knowledge.crcCause.empty())
+            unplaced_.push_back(node.knowledge.crcCause);
         for (const Advisory& advisory : node.advisories)
             attach(advisory.offset,
                    std::string(severityName(advisory.severity)) + ": " + advisory.text);
@@ -163,10 +160,9 @@ private:
 
     // " (SBP-2 (storage))" for a unit directory, else nothing.
     std::string protocolOf(const RomBlock& block) const {
-        for (const decode::UnitIds& unit : decoded_.units)
-            if (unit.directory == block.offset && block.kind == BlockKind::Directory)
-                return std::string(" (") + decode::unitProtocol(unit.specifier, unit.version) + ")";
-        return std::string();
+        const UnitView* unit =
+            block.kind == BlockKind::Directory ? node_.unitAt(block.offset) : nullptr;
+        return unit ? " (" + unit->name + ")" : std::string();
     }
 
     std::string leafMeaning(const RomBlock& block, uint8_t keyId, uint32_t index) const {
@@ -217,6 +213,7 @@ private:
         return text + (entry.repeated ? ", shown before" : "");
     }
 
+    const NodeView& node_;
     const decode::DecodedRom& decoded_;
     size_t width_;
     const NodeDevices& devices_;

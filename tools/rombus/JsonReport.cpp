@@ -1,10 +1,6 @@
 #include "JsonReport.h"
 
-#include "inspect/knowledge/RomNames.h"
-#include "inspect/knowledge/Sbp2.h"
-#include "inspect/knowledge/UnitTypes.h"
-#include "inspect/rom/Names.h"
-#include "inspect/rom/Records.h"
+#include "inspect/model/Model.h"
 
 #include <cctype>
 #include <cstdio>
@@ -123,59 +119,53 @@ json optionalNumber(const std::optional<uint32_t>& value) {
     return value ? json(*value) : json(nullptr);
 }
 
-json sbp2(const std::vector<uint8_t>& rom, const decode::UnitIds& unit) {
-    const auto found = decode::sbp2Of(rom, unit);
-    if (!found)
+json sbp2(const std::optional<Sbp2View>& view) {
+    if (!view)
         return nullptr;
+    const decode::Sbp2Unit& found = view->entries;
     json luns = json::array();
-    for (const decode::Sbp2LogicalUnit& lun : found->logicalUnits)
+    for (const decode::Sbp2LogicalUnit& lun : found.logicalUnits)
         luns.push_back({{"entry", lun.entry},
                         {"directory", lun.directory ? json(lun.directory) : json(nullptr)},
                         {"lun", lun.lun},
                         {"deviceType", lun.deviceType},
                         {"ordered", lun.ordered}});
-    return {{"commandSetSpecId", optionalNumber(found->commandSetSpecId)},
-            {"commandSet", optionalNumber(found->commandSet)},
-            {"commandSetRevision", optionalNumber(found->commandSetRevision)},
-            {"firmwareRevision", optionalNumber(found->firmwareRevision)},
-            {"unitCharacteristics", optionalNumber(found->unitCharacteristics)},
-            {"managementAgent", optionalNumber(found->managementAgent)},
+    return {{"commandSetSpecId", optionalNumber(found.commandSetSpecId)},
+            {"commandSet", optionalNumber(found.commandSet)},
+            {"commandSetRevision", optionalNumber(found.commandSetRevision)},
+            {"firmwareRevision", optionalNumber(found.firmwareRevision)},
+            {"unitCharacteristics", optionalNumber(found.unitCharacteristics)},
+            {"managementAgent", optionalNumber(found.managementAgent)},
             {"logicalUnits", std::move(luns)}};
 }
 
-// What sysfs says of the unit device at a place M of fwN.M: null beyond what it lists.
-json kernelText(const std::vector<std::string>& texts, size_t index) {
-    return index < texts.size() ? textOrNull(texts[index]) : json(nullptr);
-}
-
-json units(const NodeView& view, const lib1394::RomNode& node) {
+json units(const NodeView& view) {
     json out = json::array();
-    size_t kernelIndex = 0;
-    for (const decode::UnitIds& unit : view.decoded.units) {
-        // A unit the kernel makes no device of has no place among fwN.M.
-        const size_t index = unit.kernelUnit ? kernelIndex++ : SIZE_MAX;
-        const decode::RomEntry* entry = decode::entryAt(view.decoded.root, unit.directory);
+    for (const UnitView& unit : view.units)
         out.push_back(
-            {{"directory", unit.directory},
+            {{"entry", unit.entry},
+             {"directory", unit.directory},
+             {"path", unit.path},
              {"vendorId", unit.vendor},
              {"modelId", unit.model},
              {"specifierId", unit.specifier},
              {"version", unit.version},
-             {"protocol", decode::unitName(unit, view.devices)},
-             {"kernelUnit", unit.kernelUnit},
-             {"texts", entry ? decode::textsBelow(entry->children) : std::vector<std::string>()},
-             {"modalias", decode::modalias(unit)},
-             {"kernelModalias", kernelText(node.unitModaliases, index)},
-             {"driver", kernelText(node.unitDrivers, index)},
-             {"sbp2", sbp2(view.rom(), unit)}});
-    }
+             {"name", unit.name},
+             {"architecture", textOrNull(unit.architecture)},
+             {"protocol", unit.name},
+             {"kernelUnit", unit.kernelIndex.has_value()},
+             {"kernelIndex", unit.kernelIndex ? json(*unit.kernelIndex) : json(nullptr)},
+             {"texts", unit.texts},
+             {"modalias", unit.modalias},
+             {"kernelModalias", unit.kernelModalias ? json(*unit.kernelModalias) : json(nullptr)},
+             {"driver", unit.driver ? json(*unit.driver) : json(nullptr)},
+             {"sbp2", sbp2(unit.sbp2)}});
     return out;
 }
 
-json romNames(const decode::DecodedRom& decoded) {
-    const decode::RomNames names = decode::romNamesOf(decoded);
-    return {{"vendorName", names.vendor ? json(*names.vendor) : json(nullptr)},
-            {"modelName", names.model ? json(*names.model) : json(nullptr)}};
+json romNames(const RomKnowledge& knowledge) {
+    return {{"vendorName", knowledge.vendorName ? json(*knowledge.vendorName) : json(nullptr)},
+            {"modelName", knowledge.modelName ? json(*knowledge.modelName) : json(nullptr)}};
 }
 
 // The key type's name in lower case, as the report's entries give it.
@@ -223,14 +213,15 @@ json node(const NodeView& view) {
         {"guid", guid},
         {"busOptions", busOptions(bus.rom)},
         {"messages", messages(view)},
-        {"crcCause", textOrNull(sharedCrcCause(view.decoded))},
+        {"crcCause", textOrNull(view.knowledge.crcCause)},
         {"beyondVerdict", view.beyondVerdict},
         {"readingStopped", stop(view.stopped)},
         {"notes", bus.notes},
         {"kernel",
          {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
-        {"romNames", romNames(view.decoded)},
-        {"units", units(view, bus)},
+        {"romNames", romNames(view.knowledge)},
+        {"keywords", view.knowledge.keywords},
+        {"units", units(view)},
         {"advisories", advisories(view.advisories)},
         {"entries", entries(view.decoded.root, view.devices)}};
 }

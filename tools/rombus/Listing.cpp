@@ -2,9 +2,7 @@
 
 #include "Text.h"
 #include "UnitLines.h"
-#include "inspect/io/Format.h"
-#include "inspect/knowledge/RomNames.h"
-#include "inspect/knowledge/UnitTypes.h"
+#include "inspect/model/Model.h"
 
 #include <algorithm>
 #include <map>
@@ -23,8 +21,8 @@ std::optional<uint32_t> valueOf(const decode::RomEntry* entry) {
 std::string nameOf(const std::optional<std::string>& rom, const std::string& kernel,
                    const std::optional<std::string>& registry, std::optional<uint32_t> id,
                    const char* what) {
-    if (rom && !rom->empty())
-        return quoted(*rom, true);
+    if (rom && !shownText(*rom).empty())
+        return quoted(shownText(*rom), true);
     if (!kernel.empty())
         return quoted(kernel, false);
     if (registry && !registry->empty())
@@ -34,8 +32,8 @@ std::string nameOf(const std::optional<std::string>& rom, const std::string& ker
 
 std::string unitsOf(const NodeView& node) {
     std::string text;
-    for (const decode::UnitIds& unit : node.decoded.units)
-        text += (text.empty() ? "" : ", ") + decode::unitName(unit, node.devices);
+    for (const UnitView& unit : node.units)
+        text += (text.empty() ? "" : ", ") + unit.name;
     return "[" + (text.empty() ? std::string("no units") : text) + "]";
 }
 
@@ -56,15 +54,15 @@ std::string statusOf(const NodeView& node) {
 std::string lineOf(const NodeView& node) {
     static const lib1394::RomNode none;
     const lib1394::RomNode& bus = node.source ? *node.source : none;
-    const decode::RomNames names = decode::romNamesOf(node.decoded);
     const decode::RomEntry* vendor = decode::firstWithKey(node.decoded.root, VendorKey);
     const auto registry =
         vendor ? node.devices.property("IMMEDIATE", vendor->offset, "VendorName") : std::nullopt;
     std::string line = format("%u:%02u  ", node.port, node.physicalId);
     line += (bus.label.empty() ? std::string("-") : escaped(bus.label, false)) + "  ";
     line += format("%016llx  ", static_cast<unsigned long long>(node.guid()));
-    line += nameOf(names.vendor, bus.vendorName, registry, valueOf(vendor), "vendor") + " ";
-    line += nameOf(names.model, bus.modelName, std::nullopt,
+    line += nameOf(node.knowledge.vendorName, bus.vendorName, registry, valueOf(vendor), "vendor") +
+            " ";
+    line += nameOf(node.knowledge.modelName, bus.modelName, std::nullopt,
                    valueOf(decode::firstWithKey(node.decoded.root, ModelKey)), "model");
     return line + "  " + unitsOf(node) + "  " + statusOf(node) + "\n";
 }

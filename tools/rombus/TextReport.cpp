@@ -1,19 +1,15 @@
 #include "TextReport.h"
 
 #include "DecodedTree.h"
+#include "DeviceProperties.h"
 #include "Dump.h"
 #include "Text.h"
 #include "UnitLines.h"
-#include "inspect/io/Format.h"
-#include "inspect/knowledge/UnitTypes.h"
-#include "inspect/model/DeviceTree.h"
-#include "inspect/rom/Locator.h"
-#include "inspect/rom/Names.h"
-#include "inspect/rom/Records.h"
-#include "inspect/verdicts/Triage.h"
+#include "inspect/model/Model.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <set>
 #include <sstream>
 #include <vector>
 
@@ -23,69 +19,6 @@ namespace {
 constexpr size_t Step = 2;
 // Deeper levels are not indented further, but marked with their level.
 constexpr size_t MaxIndentLevel = 20;
-
-std::string hex(uint32_t value, int digits) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%0*X", digits, static_cast<unsigned>(value));
-    return text;
-}
-
-std::string yesNo(bool value) {
-    return value ? "yes" : "no";
-}
-
-// One property as a person expects it; empty for properties that the tree itself shows.
-std::string describe(const vesk5::SysInfoDevice::Property& property) {
-    const std::string name = property.name.zulString().str();
-    const vesk5::Value& value = property.value;
-    if (name == "__parentLocator")
-        return std::string();
-    if (name == "ConfigROMAccessible")
-        return value.valueBool() ? "ROM accessible" : "ROM NOT accessible";
-    if (name == "ImmediateValue")
-        return hex(value.valueUint32(), 6);
-    if (name == "VendorName")
-        return quoted(value.valueString().zulString().str(), false);
-    if (name == "TextString")
-        return quoted(value.valueString().zulString().str(), true);
-    if (name == "CycleClockAcc")
-        return name + " " + std::to_string(value.valueUint32()) + " ppm";
-    if (name == "MaxDataRecSize")
-        return name + " " + std::to_string(value.valueUint32()) + " bytes";
-    switch (value.type()) {
-    case vesk5::DataType::Boolean:
-        return name + " " + yesNo(value.valueBool());
-    case vesk5::DataType::Uint32:
-        return name + " " + hex(value.valueUint32(), 1);
-    default:
-        return name + " " + quoted(value.valueString().zulString().str(), false);
-    }
-}
-
-// The properties in the order published, except that an entry's value leads, its vendor's name
-// following it.
-std::string properties(const vesk5::SysInfoDevice& device) {
-    std::string text;
-    if (const auto* value = device.findProperty("ImmediateValue"))
-        text = describe(*value);
-    for (const auto& property : device.properties()) {
-        if (property.name == "ImmediateValue")
-            continue;
-        const std::string piece = describe(property);
-        if (!piece.empty())
-            text += (text.empty() ? "" : "  ") + piece;
-    }
-    return text;
-}
-
-// "at 18h" for an entry whose locator ends in @fffff0000418: its offset in the ROM.
-std::string romOffset(const std::string& locator) {
-    const auto entry = entryAddressOf(locator);
-    if (!entry)
-        return std::string();
-    const auto offset = entry->romOffset();
-    return offset ? format("at %Xh", *offset) : locator.substr(locator.rfind('@'));
-}
 
 // Why the reading of a node stopped before its end.
 std::string stopText(lib1394::Budget spent) {
@@ -145,17 +78,39 @@ private:
             out_ << wrap(line.text, indent + line.depth * Step, indent + (line.depth + 2) * Step);
     }
 
-    // "  (protocol)" after a unit directory of the node being printed, else nothing.
-    std::string protocolOfUnit(const vesk5::SysInfoDevice& device) const {
-        const auto entry = entryAddressOf(device.hwLocator().zulString().str());
-        const auto offset = entry ? entry->romOffset() : std::nullopt;
-        if (device.name().zulString().str() != "Directory - Unit" || !node_ || !offset ||
-            entry->word != "DIRECTORY")
-            return std::string();
-        for (const decode::UnitIds& unit : node_->decoded.units)
-            if (unit.directory == *offset)
-                return "  (" + decode::unitName(unit, node_->devices) + ")";
-        return std::string();
+    // "at 18h" for an immediate entry, "at 24h -> 3Ch" for a leaf or directory: where the
+    // entry of a device stands in the node's ROM and where its block is, then the unit's name
+    // for a unit directory.
+    std::string placeOf(const vesk5::SysInfoDevice& device, const decode::RomEntry* entry) const {
+        const std::string locator = device.hwLocator().zulString().str();
+        if (!entry) {
+            if (const auto offset = NodeView::offsetOfLocator(locator))
+                return format("at %Xh", *offset);
+            const size_t at = locator.rfind('@');
+            return at == std::string::npos ? std::string() : locator.substr(at);
+        }
+        std::string text = format("at %Xh", entry->offset);
+        if (entry->target)
+            text += format(" -> %Xh", *entry->target);
+        if (const UnitView* unit = entry->target ? node_->unitAt(*entry->target) : nullptr;
+            unit && device.name().zulString().str() == "Directory - Unit")
+            text += "  (" + unit->name + ")";
+        return text;
+    }
+
+    // "  <- problem 2" for each record below whose fault lies at the entry or its block,
+    // counted from 1 in the order the records are listed. The root directory, which no entry
+    // names, stands at its block.
+    std::string marksOf(const decode::RomEntry* entry, const std::string& locator) const {
+        decode::RomEntry root;
+        root.offset = decode::RootDirectoryOffset;
+        if (!entry && node_ && NodeView::offsetOfLocator(locator) == root.offset)
+            entry = &root;
+        std::string text;
+        if (entry)
+            for (size_t record : node_->recordsAt(*entry))
+                text += format("  <- problem %zu", record + 1);
+        return text;
     }
 
     // A record's line: its level in a column of its own, coloured when asked.
@@ -179,25 +134,58 @@ private:
             depth > MaxIndentLevel ? "(level " + std::to_string(depth) + ") " : "";
         const std::string props = properties(device);
         const NodeView* node = isNodeDevice(device) ? inspection_.nodeOfDevice(index) : nullptr;
+        const decode::RomEntry* entry = nullptr;
         if (isPortDevice(device)) {
             printPortHead(device, indent);
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else if (isNodeDevice(device)) {
             node_ = node;
+            shown_.clear();
             printNodeHead(device, indent);
             if (!props.empty())
                 out_ << wrap(props, indent + Step, indent + Step);
         } else {
-            std::string head = level + device.name().zulString().str() + "  " +
-                               romOffset(device.hwLocator().zulString().str()) +
-                               protocolOfUnit(device);
-            out_ << wrap(props.empty() ? head : head + "  " + props, indent, indent + 2 * Step);
+            const std::string locator = device.hwLocator().zulString().str();
+            entry = node_ ? node_->entryOfLocator(locator) : nullptr;
+            const std::string head =
+                level + device.name().zulString().str() + "  " + placeOf(device, entry);
+            out_ << wrap((props.empty() ? head : head + "  " + props) + marksOf(entry, locator),
+                         indent, indent + 2 * Step);
+            if (entry)
+                shown_.insert(entry->offset);
         }
         for (size_t child : tree_.children[index])
             printDevice(child, depth + 1);
+        if (const auto* entries = entriesOf(device, entry))
+            printUnpublished(*entries, std::min(depth + 1, MaxIndentLevel) * Step);
         if (node)
             printNodeProblems(*node, indent + Step);
+    }
+
+    // The entries of a directory device's block: a directory entry's, or the root directory's.
+    const std::vector<decode::RomEntry>* entriesOf(const vesk5::SysInfoDevice& device,
+                                                   const decode::RomEntry* entry) const {
+        if (!node_ || device.name().zulString().str().rfind("Directory - ", 0) != 0)
+            return nullptr;
+        if (entry)
+            return &entry->children;
+        const auto offset = NodeView::offsetOfLocator(device.hwLocator().zulString().str());
+        return offset == decode::RootDirectoryOffset ? &node_->decoded.root : nullptr;
+    }
+
+    // The entries of a directory that a record names but the module published no device for (it
+    // refused them), shown where they lie so that the record's entry is in the tree.
+    void printUnpublished(const std::vector<decode::RomEntry>& entries, size_t indent) {
+        for (const decode::RomEntry& entry : entries) {
+            const std::string marks = marksOf(&entry, std::string());
+            if (marks.empty() || shown_.count(entry.offset))
+                continue;
+            std::string line = entryName(entry.key) + format("  at %Xh", entry.offset);
+            line +=
+                entry.target ? format(" -> %Xh", *entry.target) : format("  0x%06X", entry.value);
+            out_ << wrap(line + "  (not published)" + marks, indent, indent + 2 * Step);
+        }
     }
 
     void printPortHead(const vesk5::SysInfoDevice& device, size_t indent) {
@@ -250,9 +238,8 @@ private:
             out_ << wrap("No problems.", indent, indent);
             break;
         }
-        const std::string sharedCause = sharedCrcCause(node.decoded);
-        if (!sharedCause.empty())
-            out_ << wrap(sharedCause, indent, indent);
+        if (!node.knowledge.crcCause.empty())
+            out_ << wrap(node.knowledge.crcCause, indent, indent);
         printRecords(node, indent);
         if (node.beyondVerdict)
             out_ << decodedTreeText(node, indent, layout_.width);
@@ -339,6 +326,7 @@ private:
     std::ostringstream& out_;
     DeviceTree tree_;
     const NodeView* node_ = nullptr; // the node being printed
+    std::set<uint32_t> shown_;       // the offsets of its entries printed so far
     size_t ports_ = 0;
     size_t nodesOfPort_ = 0; // nodes printed of the current port
     NodeTally tally_;

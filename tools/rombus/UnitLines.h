@@ -16,6 +16,10 @@ struct UnitLine {
 };
 std::vector<UnitLine> unitLines(const NodeView& node);
 
+// "Unit 1 at 24h -> 3Ch  NAME": a unit's place among the node's, its entry, its directory and
+// its name, as every view that lists units begins its line.
+std::string unitHead(size_t index, const UnitView& unit);
+
 // "ROM names: vendor "...", model "..."", from the ROM's own textual descriptors; empty when it
 // names neither.
 std::string romNamesLine(const NodeView& node);
