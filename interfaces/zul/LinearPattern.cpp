@@ -98,8 +98,7 @@ public:
         }
         if (inGroup || !plan.exact())
             return std::nullopt;
-        const Element* last = plan.elements_.empty() ? nullptr : &plan.elements_.back();
-        plan.lazyTail_ = last && last->min == 0 && last->unbounded;
+        plan.prepare();
         return plan;
     }
 
@@ -195,37 +194,42 @@ bool LinearPattern::exact() const {
     return true;
 }
 
-bool LinearPattern::matches(const char* subject, size_t length, std::vector<size_t>& spans) const {
-    spans.assign(2 * (groups() + 1) + 1, 0);
-    const size_t count = elements_.size() - (lazyTail_ ? 1 : 0);
-    size_t at = 0;
-    for (size_t i = 0;; ++i) {
-        for (size_t g = 0; g < groups(); ++g) {
-            if (groupFirsts_[g] == i)
-                spans[2 * g + 2] = at;
-            if (groupEnds_[g] == i)
-                spans[2 * g + 3] = at;
-        }
-        if (i == count)
-            break;
-        const Element& element = elements_[i];
-        const size_t most = element.unbounded ? length - at : std::min<size_t>(1, length - at);
-        size_t taken = 0;
-        while (taken < most && element.bytes.test(static_cast<unsigned char>(subject[at + taken])))
-            ++taken;
-        if (taken < element.min)
-            return false;
-        at += taken;
+void LinearPattern::prepare() {
+    for (Element& element : elements_)
+        for (unsigned byte = 0; byte < 256; ++byte)
+            element.takes[byte] = element.bytes[byte];
+    for (size_t g = 0; g < groups(); ++g) {
+        marks_.push_back({groupFirsts_[g], 2 * g + 2});
+        marks_.push_back({groupEnds_[g], 2 * g + 3});
     }
-    spans[1] = at;
+    std::stable_sort(marks_.begin(), marks_.end(),
+                     [](const Mark& a, const Mark& b) { return a.element < b.element; });
+    lazyTail_ = !elements_.empty() && elements_.back().min == 0 && elements_.back().unbounded;
+}
+
+bool LinearPattern::matches(const char* subject, size_t length, std::vector<size_t>& spans) const {
+    // Every slot but the match's begin, always 0, is written below.
+    if (spans.size() != 2 * (groups() + 1) + 1)
+        spans.assign(2 * (groups() + 1) + 1, 0);
+    const auto* bytes = reinterpret_cast<const unsigned char*>(subject);
+    const size_t count = elements_.size() - (lazyTail_ ? 1 : 0);
+    auto mark = marks_.begin();
+    size_t at = 0;
+    for (size_t i = 0; i < count; ++i) {
+        for (; mark != marks_.end() && mark->element == i; ++mark)
+            spans[mark->slot] = at;
+        const Element& element = elements_[i];
+        const size_t most = element.unbounded ? length : std::min(length, at + 1);
+        const size_t from = at;
+        while (at < most && element.takes[bytes[at]])
+            ++at;
+        if (at - from < element.min)
+            return false;
+    }
+    for (; mark != marks_.end(); ++mark)
+        spans[mark->slot] = mark->element == elements_.size() && lazyTail_ ? Unresolved : at;
+    spans[1] = lazyTail_ ? Unresolved : at;
     spans.back() = at;
-    if (!lazyTail_)
-        return true;
-    // What ends with the lazy tail ends where restOf says.
-    spans[1] = Unresolved;
-    for (size_t g = 0; g < groups(); ++g)
-        if (groupEnds_[g] == elements_.size())
-            spans[2 * g + 3] = Unresolved;
     return true;
 }
 
@@ -234,7 +238,7 @@ size_t LinearPattern::restOf(const char* subject, size_t length, size_t begin) c
         return begin;
     const ByteSet& bytes = elements_.back().bytes;
     size_t end = begin;
-    while (end < length && bytes.test(static_cast<unsigned char>(subject[end])))
+    while (end < length && bytes[static_cast<unsigned char>(subject[end])])
         ++end;
     return end;
 }

@@ -2,6 +2,7 @@
 
 #include "zul/Api.h"
 
+#include <array>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -48,15 +49,24 @@ private:
         ByteSet bytes;
         size_t min = 1;
         bool unbounded = false;
+        std::array<bool, 256> takes{}; // bytes as a table, for the match's inner loop
+    };
+    // Where a group's begin or end is taken: before the element at an index, into a slot of
+    // the spans.
+    struct Mark {
+        size_t element;
+        size_t slot;
     };
     class Parser;
 
     bool exact() const;
+    void prepare();
 
     std::vector<Element> elements_;
     // Per group, the elements it spans: [first, end).
     std::vector<size_t> groupFirsts_, groupEnds_;
     bool lazyTail_ = false;
+    std::vector<Mark> marks_; // in the order of their elements
 };
 
 } // namespace zul

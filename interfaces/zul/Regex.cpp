@@ -128,10 +128,13 @@ String Matcher::group(unsigned index) const {
     if (static_cast<int>(index) >= groups_)
         return String();
     if (const std::optional<LinearPattern>& linear = compiled_->linear) {
-        const size_t begin = spans_[2 * index];
-        size_t end = spans_[2 * index + 1];
-        if (end == LinearPattern::Unresolved)
-            end = linear->restOf(subject_, length_, spans_.back());
+        const auto resolved = [&](size_t at) {
+            return at == LinearPattern::Unresolved
+                       ? linear->restOf(subject_, length_, spans_.back())
+                       : at;
+        };
+        const size_t begin = resolved(spans_[2 * index]);
+        const size_t end = resolved(spans_[2 * index + 1]);
         return String(subject_ + begin, end - begin);
     }
     PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(static_cast<pcre2_match_data*>(matchData_));
