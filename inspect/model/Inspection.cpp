@@ -116,6 +116,7 @@ std::vector<NodeView> viewsOf(const zul::Array<libRombus::lib1394_enum_log>& rec
                 advisoriesOf(view.decoded, *view.source, view.records, settings.crcLevel);
         view.explanations =
             explainRecords(view.decoded, view.records, view.source && isKernelCopy(*view.source));
+        view.verdicts = classifyRecords(view.decoded, view.records, view.explanations);
         view.beyondVerdict = !view.decoded.root.empty() && stoppedAtBusInfo(view.records);
         views.push_back(std::move(view));
         ++physicalId;
@@ -145,6 +146,8 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
     for (const lib1394::RomPort& port : bus->ports())
         inspection.portTexts.push_back(port.text);
     inspection.notes = bus->notes();
+    inspection.skippedNodes = bus->skippedNodes();
+    inspection.strict = settings.strict;
     vesk5::SysInfoModule::reset();
     vesk5::DiagModule::clearReports();
     lib1394::ConfigROMContext::clearExhaustedNodes();
@@ -165,10 +168,9 @@ Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& se
 }
 
 bool hasProblems(const Inspection& inspection) {
-    // Every note of the bus is of a node it skipped (a link that leads nowhere, a port full).
-    return !inspection.notes.empty() ||
+    return inspection.skippedNodes > 0 ||
            std::any_of(inspection.nodes.begin(), inspection.nodes.end(),
-                       [](const NodeView& node) { return node.status() != NodeStatus::Ok; });
+                       [&](const NodeView& node) { return nodeFails(node, inspection.strict); });
 }
 
 bool isClean(const Inspection& inspection) {

@@ -13,11 +13,13 @@
 namespace rombus {
 
 // How the module is to read: the registry it names vendors from, the level of a CRC mismatch and
-// the priority from which its log lines reach standard error.
+// the priority from which its log lines reach standard error; and whether records a standard
+// permits and advisories fail a node as faults do (strict).
 struct Settings {
     std::string registry;
     unsigned crcLevel = 2;
     unsigned logLevel = 3;
+    bool strict = false;
 };
 
 // One run of the module over a bus, as the reports show it. Its nodes refer to its devices, so
@@ -30,6 +32,9 @@ struct ROMBUS_API Inspection {
     Inspection& operator=(const Inspection&) = delete;
 
     bool result = false; // the enumeration's own result
+    bool strict = false; // the settings' strict: what fails a node
+    // The nodes the bus knows of and did not read (told in the notes).
+    size_t skippedNodes = 0;
     // The devices handed to the framework, in order, and its event reports.
     std::vector<vesk5::SysInfoDevice> devices;
     std::vector<vesk5::DiagModule::Report> reports;
@@ -47,10 +52,11 @@ struct ROMBUS_API Inspection {
 // builds the view of each.
 ROMBUS_API Inspection inspect(std::shared_ptr<lib1394::RomImageBus> bus, const Settings& settings);
 
-// Whether any node has a problem record or could not be read, or the bus skipped a node.
+// Whether any node fails (a fault, a ROM not read; with strict also records a standard permits
+// and advisories), or the bus skipped a node. Notes on cards and the bus never count.
 ROMBUS_API bool hasProblems(const Inspection& inspection);
-// Whether nodes were found and every one was read without a problem: no bus, or a bus without
-// a node, is not clean, nor is it a problem of a node.
+// Whether nodes were found and none fails: no bus, or a bus without a node, is not clean, nor is
+// it a problem of a node.
 ROMBUS_API bool isClean(const Inspection& inspection);
 // Whether the decoder found a likely bug the module does not report (notes do not count).
 ROMBUS_API bool hasAdvisories(const Inspection& inspection);

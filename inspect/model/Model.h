@@ -11,3 +11,4 @@
 #include "inspect/rom/Names.h"
 #include "inspect/rom/Records.h"
 #include "inspect/verdicts/Triage.h"
+#include "inspect/verdicts/VerdictClasses.h"

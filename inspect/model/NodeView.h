@@ -6,6 +6,7 @@
 #include "inspect/rom/RomDecoder.h"
 #include "inspect/verdicts/Advisories.h"
 #include "inspect/verdicts/Explanations.h"
+#include "inspect/verdicts/VerdictClasses.h"
 #include "lib1394/RomImageBus.h"
 #include "libRombus/Message.h"
 #include "zul/Api.h"
@@ -43,6 +44,8 @@ struct ROMBUS_API NodeView {
     std::vector<Advisory> advisories;
     // What each record means in the ROM, one per record in the same order.
     std::vector<Explanation> explanations;
+    // Whether each record is a fault or permitted by a named standard, in the same order.
+    std::vector<RecordVerdict> verdicts;
     // The module stopped at the bus information block: the decoded ROM is all there is to show.
     bool beyondVerdict = false;
     // The node's device among the inspection's devices, and the devices of its ROM's entries,

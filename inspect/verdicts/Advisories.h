@@ -22,10 +22,11 @@ ROMBUS_API const char* severityName(Severity severity);
 // change the module's records or the exit status, unless --strict asks for them to count.
 struct Advisory {
     uint32_t offset;
-    std::string kind; // reversed-crc, past-end, unchecked-crc, block-overlap, eui64-mismatch,
-                      // sysfs-guid-mismatch, reserved-bus-option, kernel-copy-kernel-missing,
-                      // kernel-copy-kernel-zeroed, kernel-copy-changed,
-                      // kernel-copy-device-missing (a ROM read live against the kernel's copy)
+    std::string
+        kind; // reversed-crc, past-end, unchecked-crc, block-overlap, eui64-mismatch,
+              // sysfs-guid-mismatch, reserved-bus-option, kernel-copy-kernel-missing,
+              // kernel-copy-kernel-zeroed, kernel-copy-kernel-unreached, kernel-copy-changed,
+              // kernel-copy-device-missing (a ROM read live against the kernel's copy)
     std::string text;
     Severity severity = Severity::Advisory;
 };

@@ -9,27 +9,36 @@ using decode::RomEntry;
 
 constexpr uint8_t DependentDirectoryKey = 0xD4;
 
-// Key ids of IEEE 1212-1994 that IEEE 1212-2001 no longer defines as they were, with the
-// fact's place in a current ROM.
+// Key ids of IEEE 1212-1994 that IEEE 1212-2001 no longer defines as they were, the directory
+// IEEE 1212-1994 put them in (the root directory, else a unit directory), and the fact's place
+// in a current ROM.
 struct FormerKey {
     uint8_t keyId;
     const char* name;
+    bool inRoot;
     const char* now;
 };
 
 const FormerKey formerKeys[] = {
-    {0x05, "Module_Spec_Id", "a unit directory's Specifier_ID entry (key 12h)"},
-    {0x06, "Module_Sw_Version", "a unit directory's Version entry (key 13h)"},
-    {0x08, "Node_Vendor_Id",
+    {0x05, "Module_Spec_Id", true, "a unit directory's Specifier_ID entry (key 12h)"},
+    {0x06, "Module_Sw_Version", true, "a unit directory's Version entry (key 13h)"},
+    {0x08, "Node_Vendor_Id", true,
      "the Vendor entry (key 03h) of the root directory and the GUID's company id"},
-    {0x09, "Node_Hw_Version", "the Hardware_Version entry (key 04h)"},
-    {0x0A, "Node_Spec_Id", "a unit directory's Specifier_ID entry (key 12h)"},
-    {0x0B, "Node_Sw_Version", "a unit directory's Version entry (key 13h)"},
-    {0x0E, "Node_Units_Extent", "nothing: IEEE 1212-2001 dropped it"},
-    {0x0F, "Node_Memory_Extent", "nothing: IEEE 1212-2001 dropped it"},
-    {0x10, "Node_Dependent_Info", "a Dependent_Info entry (key 14h)"},
-    {0x16, "Unit_Poll_Mask", "nothing: IEEE 1212-2001 dropped it"},
+    {0x09, "Node_Hw_Version", true, "the Hardware_Version entry (key 04h)"},
+    {0x0A, "Node_Spec_Id", true, "a unit directory's Specifier_ID entry (key 12h)"},
+    {0x0B, "Node_Sw_Version", true, "a unit directory's Version entry (key 13h)"},
+    {0x0E, "Node_Units_Extent", true, "nothing: IEEE 1212-2001 dropped it"},
+    {0x0F, "Node_Memory_Extent", true, "nothing: IEEE 1212-2001 dropped it"},
+    {0x10, "Node_Dependent_Info", true, "a Dependent_Info entry (key 14h)"},
+    {0x16, "Unit_Poll_Mask", false, "nothing: IEEE 1212-2001 dropped it"},
 };
+
+const FormerKey* formerKey(uint8_t key) {
+    for (const FormerKey& former : formerKeys)
+        if (former.keyId == (key & 0x3F))
+            return &former;
+    return nullptr;
+}
 
 // Entries a unit architecture puts in its unit directory or unit-dependent directory, where the
 // IEEE 1212 rules refuse them, for the versions first to last of the architecture.
@@ -66,12 +75,17 @@ bool ofUnit(const decode::DecodedRom& decoded, uint32_t unitDirectory, uint32_t 
 } // namespace
 
 std::string formerMeaning(uint8_t key) {
-    for (const FormerKey& former : formerKeys)
-        if (former.keyId == (key & 0x3F))
-            return std::string(former.name) +
-                   " in IEEE 1212-1994, superseded by IEEE 1212-2001: current ROMs write it in " +
-                   former.now;
-    return std::string();
+    const FormerKey* former = formerKey(key);
+    if (!former)
+        return std::string();
+    return std::string(former->name) +
+           " in IEEE 1212-1994, superseded by IEEE 1212-2001: current ROMs write it in " +
+           former->now;
+}
+
+bool formerlyPermitted(uint8_t key, bool rootDirectory) {
+    const FormerKey* former = formerKey(key);
+    return former && former->inRoot == rootDirectory;
 }
 
 std::optional<ArchitectureMeaning> architectureMeaning(const decode::DecodedRom& decoded,

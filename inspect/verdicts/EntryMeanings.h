@@ -15,6 +15,10 @@ namespace rombus {
 // give the vendor in a Vendor entry (key 03h) and in the GUID's company id"); empty for others.
 std::string formerMeaning(uint8_t key);
 
+// Whether IEEE 1212-1994 put an entry of that key id in the directory it is in: its node and
+// module keys in the root directory, Unit_Poll_Mask in a unit directory.
+bool formerlyPermitted(uint8_t key, bool rootDirectory);
+
 // The unit architecture that defines an entry of a directory of the ROM (the unit directory or
 // its unit-dependent directory, by its header's offset) and what the entry is there; empty when
 // none does.

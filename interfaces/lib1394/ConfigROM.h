@@ -91,8 +91,9 @@ struct exhausted_node_t {
 //   entries, so the default of 256 reads every such ROM in full;
 // - lookups: every reading of the module's IEEEVendorRegistryFile parameter, which comes just
 //   before the registry is read through for a vendor or specifier id, is charged to the node whose
-//   accessor was handed out last. A real ROM names at most five such ids; the default of 10 keeps
-//   a ROM of hundreds of ids from reading the whole registry hundreds of times.
+//   accessor was handed out last. A device names a handful of such ids, and a ROM of 256 quadlets
+//   can hold some 250; the default of 64 reads every ROM a device could ship whole, and keeps a
+//   ROM of hundreds of ids from reading the whole registry hundreds of times.
 // Once any is spent, the accessor's reads fail and the framework refuses entry devices (class
 // Firmware) until the next accessor is handed out: the entries still made from the block in hand
 // publish nothing and look no vendor up.
@@ -101,7 +102,7 @@ public:
     static constexpr unsigned AllPorts = 0xFFFFFFFFu;
     static constexpr uint64_t DefaultReadBudget = 65536;
     static constexpr uint64_t DefaultEntryBudget = MaxRomSize / 4;
-    static constexpr uint64_t DefaultLookupBudget = 10;
+    static constexpr uint64_t DefaultLookupBudget = 64;
     // The parameter whose every reading is a vendor lookup.
     static constexpr const char* RegistryParameter = "IEEEVendorRegistryFile";
 

@@ -16,6 +16,8 @@ struct RomDifference {
     //   only what its walk from the root directory reached);
     // kernel-zeroed: the kernel's copy holds 0 where the device does not (the kernel zeroes
     //   entries that point past 256 quadlets and headers of blocks that run past them);
+    // kernel-unreached: the kernel's copy holds 0 where the device does not, in a quadlet the
+    //   kernel does not zero: one its walk never reached (it fills such gaps with 0);
     // changed: both hold other values (the ROM changed since the kernel read it, or a quadlet no
     //   block reaches that the device was not asked for);
     // device-missing: the kernel's copy holds quadlets past the end of the ROM as read.

@@ -107,11 +107,11 @@ RomPort portOf(const std::string& text, std::vector<LiveFile>& files) {
 
 // A card's nodes past the 63 a bus holds (files of nodes gone, not yet removed), noted and left
 // out, so that every node keeps a node id of its own.
-void dropPastTheLast(unsigned card, std::vector<LiveFile>& files, std::vector<std::string>& notes) {
-    for (size_t i = SysfsBus::MaxNodes; i < files.size(); ++i)
-        notes.push_back("card " + std::to_string(card) + ": " + files[i].node.label +
-                        " not read: the card already holds " + std::to_string(SysfsBus::MaxNodes) +
-                        " nodes, the most a bus has");
+void dropPastTheLast(unsigned card, std::vector<LiveFile>& files, LiveView& view) {
+    for (size_t i = SysfsBus::MaxNodes; i < files.size(); ++i, ++view.skipped)
+        view.notes.push_back("card " + std::to_string(card) + ": " + files[i].node.label +
+                             " not read: the card already holds " +
+                             std::to_string(SysfsBus::MaxNodes) + " nodes, the most a bus has");
     if (files.size() > SysfsBus::MaxNodes)
         files.resize(SysfsBus::MaxNodes);
 }
@@ -128,7 +128,7 @@ private:
     LiveFile readFile(const std::string& path);
     void readNode(LiveNode& live, const std::string& path, LiveFile& file);
     void tellCard(unsigned card, const CardView& view, const std::vector<LiveFile>& files,
-                  std::vector<std::string>& notes) const;
+                  LiveView& bus) const;
 
     const LiveSetup& setup_;
     LiveClock systemClock_;
@@ -152,12 +152,16 @@ LiveView BusReader::read() {
         std::stable_sort(files.begin(), files.end(), [](const LiveFile& a, const LiveFile& b) {
             return a.phyId() < b.phyId();
         });
-        tellCard(card, cards_[card], files, view.notes);
-        dropPastTheLast(card, files, view.notes);
+        tellCard(card, cards_[card], files, view);
+        dropPastTheLast(card, files, view);
         view.ports.push_back(portOf("card " + std::to_string(card), files));
     }
-    if (!unknown.empty())
-        view.ports.push_back(portOf("device files whose card is unknown", unknown));
+    for (LiveFile& file : unknown) {
+        const std::string path = file.node.label;
+        std::vector<LiveFile> alone;
+        alone.push_back(std::move(file));
+        view.ports.push_back(portOf(path, alone));
+    }
     return view;
 }
 
@@ -207,7 +211,8 @@ void BusReader::readNode(LiveNode& live, const std::string& path, LiveFile& file
 }
 
 void BusReader::tellCard(unsigned card, const CardView& view, const std::vector<LiveFile>& files,
-                         std::vector<std::string>& notes) const {
+                         LiveView& bus) const {
+    std::vector<std::string>& notes = bus.notes;
     const std::string name = "card " + std::to_string(card) + ": ";
     const fw_cdev_event_bus_reset& state = view.state;
     notes.push_back(name + "generation " + std::to_string(state.generation) + "; local " +
@@ -230,11 +235,12 @@ void BusReader::tellCard(unsigned card, const CardView& view, const std::vector<
         const bool hasFile = std::any_of(files.begin(), files.end(), [&](const LiveFile& file) {
             return file.phyId() == node.phyId;
         });
-        if (node.linkActive && !hasFile)
-            notes.push_back(name + "node " + std::to_string(node.phyId) + " (" +
-                            speedName(node.speed) +
-                            ") has no device file: the kernel could not read its ROM or gave up "
-                            "on it, and device files reach only the nodes the kernel knows");
+        if (!node.linkActive || hasFile)
+            continue;
+        ++bus.skipped;
+        notes.push_back(name + "node " + std::to_string(node.phyId) + " (" + speedName(node.speed) +
+                        ") has no device file: the kernel could not read its ROM or gave up "
+                        "on it, and device files reach only the nodes the kernel knows");
     }
 }
 
@@ -251,7 +257,8 @@ void LiveClock::sleep(std::chrono::milliseconds duration) {
 LiveBus::LiveBus(const LiveSetup& setup) : LiveBus(read(setup)) {}
 
 LiveBus::LiveBus(LiveView view)
-    : RomImageBus(std::move(view.ports), std::move(view.notes)), deviceFiles_(view.deviceFiles) {}
+    : RomImageBus(std::move(view.ports), std::move(view.notes), view.skipped),
+      deviceFiles_(view.deviceFiles) {}
 
 LiveView LiveBus::read(const LiveSetup& setup) {
     return BusReader(setup).read();

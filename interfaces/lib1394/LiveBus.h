@@ -57,6 +57,7 @@ struct LiveSetup {
 struct LiveView {
     std::vector<RomPort> ports;
     std::vector<std::string> notes;
+    size_t skipped = 0; // nodes noted and not read
     size_t deviceFiles = 0;
 };
 
@@ -65,10 +66,10 @@ struct LiveView {
 // FFFFF0000400h, as the kernel reads it, up to 256 quadlets: the bus information block, the
 // quadlets its crc_length covers, and every block the directories reach. The kernel's cached copy
 // stays beside it (RomNode::kernelRom). A port is a card, its nodes ordered by physical id; a
-// file that cannot be opened or asked makes a node that is not accessible, on a last port of
-// nodes whose card is unknown. The notes tell each card's state after its last bus reset, the
-// nodes of its topology map with their speeds, and the nodes that have no device file. The bus
-// is read once, when it is made.
+// file that cannot be opened or asked makes a node that is not accessible, on a port of its own
+// after the cards', named by the file (its card and node are unknown). The notes tell each card's
+// state after its last bus reset, the nodes of its topology map with their speeds, and the nodes
+// that have no device file. The bus is read once, when it is made.
 class ROMBUS_API LiveBus : public RomImageBus {
 public:
     explicit LiveBus(const LiveSetup& setup = LiveSetup());

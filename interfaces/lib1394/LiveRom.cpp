@@ -229,6 +229,16 @@ std::vector<uint8_t> RomWalk::bytes() const {
     return rom;
 }
 
+// What is kept of a reading that was to begin anew once more than the restarts allow.
+std::string lastReading(Walk result, const std::vector<uint8_t>& rom) {
+    if (result != Walk::Restart)
+        return std::string();
+    if (rom.empty())
+        return "; the last reading read nothing, so the ROM was not read";
+    return "; the last reading is kept as it stands (" + std::to_string(rom.size() / 4) +
+           " quadlets)";
+}
+
 } // namespace
 
 // Notes of readings begun anew are dropped: the last reading's notes tell what was kept.
@@ -246,13 +256,12 @@ void readDeviceRom(LiveNode& live, const std::string& path, RomNode& node) {
             notes.push_back(path + ": " + deviceTrouble(error) + " after a bus reset");
             result = Walk::Lost;
         }
-        if (resets + changes > 0 || result == Walk::Restart)
-            notes.push_back(
-                path + ": the ROM was read anew after " + std::to_string(resets) +
-                " bus resets and " + std::to_string(changes) +
-                " changes of its first quadlets while it was read" +
-                (result == Walk::Restart ? "; the last reading is kept as it stands" : ""));
         node.rom = result == Walk::Lost ? std::vector<uint8_t>() : walk.bytes();
+        if (resets + changes > 0 || result == Walk::Restart)
+            notes.push_back(path + ": the ROM was read anew after " + std::to_string(resets) +
+                            " bus resets and " + std::to_string(changes) +
+                            " changes of its first quadlets while it was read" +
+                            lastReading(result, node.rom));
         node.accessible = !node.rom.empty();
         node.notes.insert(node.notes.end(), notes.begin(), notes.end());
         return;

@@ -11,8 +11,8 @@ constexpr unsigned PhysicalIdMask = 0x3F;
 
 } // namespace
 
-RomImageBus::RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes)
-    : ports_(std::move(ports)), notes_(std::move(notes)) {}
+RomImageBus::RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes, size_t skipped)
+    : ports_(std::move(ports)), notes_(std::move(notes)), skipped_(skipped) {}
 
 ConfigROMAccessor* RomImageBus::createAccessor(unsigned port, unsigned nodeId) {
     if (port == ConfigROMContext::AllPorts)

@@ -50,16 +50,24 @@ struct RomPort {
 // number (local bus, physical id in the low six bits); node id 0 stands for the port itself.
 class ROMBUS_API RomImageBus : public Bus {
 public:
-    explicit RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes = {});
+    // skipped: how many of the notes tell of a node of the bus that was not read.
+    explicit RomImageBus(std::vector<RomPort> ports, std::vector<std::string> notes = {},
+                         size_t skipped = 0);
 
     const std::vector<RomPort>& ports() const { return ports_; }
-    // What the bus skipped or could not take as it stood, beyond its nodes' own notes.
+    // What the bus skipped or could not take as it stood, and what it tells of its cards, beyond
+    // its nodes' own notes.
     const std::vector<std::string>& notes() const { return notes_; }
+    // The nodes the bus knows of but did not read (a link that leads nowhere, a port already
+    // full, a node the kernel made no device file for). Notes of any other kind tell of a card
+    // or the bus, never of a node that failed.
+    size_t skippedNodes() const { return skipped_; }
     ConfigROMAccessor* createAccessor(unsigned port, unsigned nodeId) override;
 
 private:
     std::vector<RomPort> ports_;
     std::vector<std::string> notes_;
+    size_t skipped_;
 };
 
 // Reads one ROM image held in memory. A read never leaves the image: it gives the bytes from

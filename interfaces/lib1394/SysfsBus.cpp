@@ -154,7 +154,7 @@ RomNode readNode(const FoundNode& found, ByteOrder order) {
 SysfsBus::SysfsBus(const std::string& root, ByteOrder order)
     : RomImageBus([&] {
           SysfsView view = read(root, order);
-          return RomImageBus(std::move(view.ports), std::move(view.notes));
+          return RomImageBus(std::move(view.ports), std::move(view.notes), view.skipped);
       }()) {}
 
 SysfsView SysfsBus::read(const std::string& root, ByteOrder order) {
@@ -162,7 +162,11 @@ SysfsView SysfsBus::read(const std::string& root, ByteOrder order) {
     SysfsView view;
     // Ports keyed by their controller's folder, in the order of their lowest node number.
     std::map<fs::path, size_t> portOfFolder;
-    for (const FoundNode& found : findNodes(base / "bus" / "firewire" / "devices", view.notes)) {
+    // Every note findNodes makes is of a link it skipped.
+    const std::vector<FoundNode> nodes =
+        findNodes(base / "bus" / "firewire" / "devices", view.notes);
+    view.skipped = view.notes.size();
+    for (const FoundNode& found : nodes) {
         const fs::path controller = found.folder.parent_path();
         auto [it, added] = portOfFolder.try_emplace(controller, view.ports.size());
         if (added) {
@@ -177,6 +181,7 @@ SysfsView SysfsBus::read(const std::string& root, ByteOrder order) {
             view.notes.push_back(found.name + ": not read; port " + std::to_string(it->second) +
                                  " (" + port.text + ") already holds " + std::to_string(MaxNodes) +
                                  " nodes, the most a port has");
+            ++view.skipped;
             continue;
         }
         port.nodes.push_back(readNode(found, order));

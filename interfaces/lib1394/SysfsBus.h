@@ -14,6 +14,7 @@ namespace lib1394 {
 struct SysfsView {
     std::vector<RomPort> ports;
     std::vector<std::string> notes;
+    size_t skipped = 0; // nodes noted and not read
 };
 
 // The FireWire buses as the Linux kernel shows them under a sysfs root (normally /sys): every

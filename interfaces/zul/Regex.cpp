@@ -1,6 +1,8 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include "zul/Regex.h"
 
+#include "zul/LinearPattern.h"
+
 #include <pcre2.h>
 
 #include <map>
@@ -14,6 +16,8 @@ namespace zul {
 struct CompiledPattern {
     pcre2_code* code = nullptr;
     bool jit = false;
+    // The same pattern matched in one pass, where it is one LinearPattern takes.
+    std::optional<LinearPattern> linear;
     String error;
 
     CompiledPattern() = default;
@@ -40,6 +44,8 @@ std::shared_ptr<const CompiledPattern> compile(const String& pattern, uint32_t o
         return made;
     }
     made->jit = pcre2_jit_compile(made->code, PCRE2_JIT_COMPLETE) == 0;
+    if (options == 0)
+        made->linear = LinearPattern::of(pattern.str());
     return made;
 }
 
@@ -103,12 +109,17 @@ bool Matcher::matches(const char* subject, size_t length) {
     groups_ = 0;
     if (!matchData_)
         return false;
+    subject_ = subject;
+    length_ = length;
+    if (const std::optional<LinearPattern>& linear = compiled_->linear) {
+        groups_ = linear->matches(subject, length, spans_) ? linear->groups() + 1 : 0;
+        return groups_ > 0;
+    }
     auto* data = static_cast<pcre2_match_data*>(matchData_);
     auto text = reinterpret_cast<PCRE2_SPTR>(subject);
     int result = compiled_->jit
                      ? pcre2_jit_match(compiled_->code, text, length, 0, 0, data, nullptr)
                      : pcre2_match(compiled_->code, text, length, 0, 0, data, nullptr);
-    subject_ = subject;
     groups_ = result > 0 ? result : 0;
     return groups_ > 0;
 }
@@ -116,6 +127,16 @@ bool Matcher::matches(const char* subject, size_t length) {
 String Matcher::group(unsigned index) const {
     if (static_cast<int>(index) >= groups_)
         return String();
+    if (const std::optional<LinearPattern>& linear = compiled_->linear) {
+        const auto resolved = [&](size_t at) {
+            return at == LinearPattern::Unresolved
+                       ? linear->restOf(subject_, length_, spans_.back())
+                       : at;
+        };
+        const size_t begin = resolved(spans_[2 * index]);
+        const size_t end = resolved(spans_[2 * index + 1]);
+        return String(subject_ + begin, end - begin);
+    }
     PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(static_cast<pcre2_match_data*>(matchData_));
     PCRE2_SIZE begin = ovector[2 * index];
     PCRE2_SIZE end = ovector[2 * index + 1];

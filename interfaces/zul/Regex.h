@@ -7,13 +7,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace zul {
 
 class Matcher;
 struct CompiledPattern;
 
-// A compiled PCRE2 pattern (JIT-compiled where the platform allows). Lines end at LF, CR or CRLF:
+// A compiled PCRE2 pattern (JIT-compiled where the platform allows). A pattern that is a plain
+// sequence of quantified byte classes is matched in one pass instead (zul/LinearPattern.h), with
+// the same result and a fraction of PCRE2's cost per match. Lines end at LF, CR or CRLF:
 // "." never matches a line break, so a trailing "(.*)" stops before it.
 //
 // A pattern is compiled once per process: every Regex made later from the same pattern and
@@ -55,7 +58,9 @@ private:
     std::shared_ptr<const CompiledPattern> compiled_;
     void* matchData_ = nullptr;
     const char* subject_ = nullptr;
+    size_t length_ = 0;
     int groups_ = 0;
+    std::vector<size_t> spans_; // a pattern matched in one pass: its groups' offsets
 };
 
 } // namespace zul

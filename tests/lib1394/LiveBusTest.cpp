@@ -191,6 +191,23 @@ TEST(LiveBus, RidesOutBusyAndSilentNodesBootingNodesResetsAndChanges) {
         << joined(view.notes);
 }
 
+// A bus reset before the first quadlet came, with no reading anew left: nothing is kept.
+TEST(LiveBus, SaysWhenTheLastReadingKeptNothing) {
+    LiveBusRig rig;
+    rig.kernel.add("fw0", node(0, 0, rombus_bench::typicalRom(), true)).resetAfter = 0;
+    lib1394::LiveLimits limits;
+    limits.restarts = 0;
+    const lib1394::LiveView view = lib1394::LiveBus::read(rig.kernel.setup(limits));
+    const lib1394::RomNode* reset = find(view, rig.path("fw0"));
+    ASSERT_NE(reset, nullptr);
+    EXPECT_FALSE(reset->accessible);
+    EXPECT_TRUE(reset->rom.empty());
+    EXPECT_EQ(joined(reset->notes), rig.path("fw0") +
+                                        ": the ROM was read anew after 0 bus resets and 0 changes "
+                                        "of its first quadlets while it was read; the last "
+                                        "reading read nothing, so the ROM was not read\n");
+}
+
 // Every ROM typed from a published layout, read live byte for byte whatever the bus does
 // meanwhile: busy and silent requests and a node still booting, a bus reset, a reset told late.
 TEST(LiveBus, ReadsEveryGoldenRomByteForByteUnderEachFault) {
@@ -242,7 +259,12 @@ TEST(LiveBus, TellsWhatKeptEachNodeFromBeingReadAndReadsTheOthers) {
                                          ": permission denied; reading a node's ROM takes root, or "
                                          "membership of the group that owns " +
                                          rig.path("fw0") + "\n");
-    EXPECT_EQ(view.ports.back().text, "device files whose card is unknown");
+    // Its card and node unknown, it stays on a port of its own, named by its file.
+    ASSERT_EQ(view.ports.size(), 2u);
+    EXPECT_EQ(view.ports[1].text, rig.path("fw0"));
+    ASSERT_EQ(view.ports[1].nodes.size(), 1u);
+    EXPECT_EQ(view.ports[1].nodes[0].label, rig.path("fw0"));
+    EXPECT_EQ(view.ports[1].nodes[0].guid, 0u);
 
     const lib1394::RomNode* gone = find(view, rig.path("fw1"));
     ASSERT_NE(gone, nullptr);
@@ -414,11 +436,23 @@ TEST(KernelCopy, TellsRunsOfEachKindOfDifference) {
         lib1394::compareKernelCopy(device, busOrderBytes({0x0404ABCD, 0, 0, 0x99, 0x44}));
     ASSERT_EQ(differences.size(), 3u);
     // Past the kernel's end only the 0x55 counts: a trailing 0 is what a gap reads as.
-    EXPECT_EQ(summary(differences), "4 kernel-zeroed\n12 changed\n20 kernel-missing\n");
+    // Quadlets 1 and 2 are no entry or header the kernel zeroes: it never reached them.
+    EXPECT_EQ(summary(differences), "4 kernel-unreached\n12 changed\n20 kernel-missing\n");
     EXPECT_TRUE(differences[0].text.starts_with("quadlets 1 to 2 (offsets 004h to 008h) are on "
-                                                "the device but 0 in the kernel's copy"))
+                                                "the device but 0 in the kernel's copy, whose "
+                                                "walk from the root directory did not reach them"))
         << differences[0].text;
     EXPECT_NE(differences[1].text.find("(device 00000033h, kernel 00000099h)"), std::string::npos);
+
+    // The root directory points to a leaf at quadlet 8 and to a unit directory far past the ROM:
+    // the kernel zeroes that entry; it left the leaf as 0 without reaching it, though its second
+    // quadlet would be a header that runs past the ROM.
+    const auto walked = busOrderBytes({0x04040000, 0x31333934, 0, 0, 0, 0x00020000, 0x81000002,
+                                       0xD1FFFFFF, 0x00010000, 0x41424344, 0x77});
+    auto kept = walked;
+    std::fill(kept.begin() + 28, kept.begin() + 40, 0);
+    EXPECT_EQ(summary(lib1394::compareKernelCopy(walked, kept)),
+              "28 kernel-zeroed\n32 kernel-unreached\n");
 
     const auto longer =
         lib1394::compareKernelCopy(busOrderBytes({0x0404ABCD}), busOrderBytes({0x0404ABCD, 7, 0}));

@@ -347,6 +347,35 @@ TEST_F(EnumerationTest, EveryNodeIsBoundedByItsEntryBudgetAndSaneRomsAreReadInFu
     lib1394::ConfigROMContext::clearExhaustedNodes();
 }
 
+// A root directory of vendor ids and nothing else: one lookup each.
+std::vector<uint8_t> vendorIds(size_t count, uint64_t guid) {
+    RomLayout rom(guid);
+    rom.directory(std::vector<RomLayout::Item>(count, RomLayout::immediate(0x03, 0x00A027)));
+    return rom.image();
+}
+
+TEST_F(EnumerationTest, EveryRomOfUpTo64VendorIdsIsReadWhole) {
+    const uint64_t most = 0x20, past = 0x21;
+    ASSERT_EQ(lib1394::ConfigROMContext::DefaultLookupBudget, 64u);
+    bus->addPort();
+    bus->addNode(0, vendorIds(64, most), most);
+    bus->addNode(0, vendorIds(65, past), past);
+    lib1394::ConfigROMContext::clearExhaustedNodes();
+    zul::LogFactory::setPriority(zul::LOG_FAILURE);
+
+    zul::Array<lib1394_enum_log> out;
+    EXPECT_TRUE(Lib1394SysInfo::enumerateAll(out));
+    const auto& exhausted = lib1394::ConfigROMContext::exhaustedNodes();
+    ASSERT_EQ(exhausted.size(), 1u);
+    EXPECT_EQ(exhausted[0].nodeId, 0xFFC1u);
+    EXPECT_EQ(exhausted[0].spent, lib1394::Budget::Lookups);
+    // The root directory's device and one per vendor id; past the budget, the id whose lookup
+    // is refused is still made, and publishes.
+    EXPECT_EQ(entryDevicesOf(most), 65u);
+    EXPECT_EQ(entryDevicesOf(past), 66u);
+    lib1394::ConfigROMContext::clearExhaustedNodes();
+}
+
 TEST_F(EnumerationTest, TheEntryBudgetIsExactlyTheEntriesANodeMayMake) {
     const uint64_t guid = 0x11;
     for (uint64_t budget : {15u, 14u}) {

@@ -53,10 +53,14 @@ TEST(GoldenRoms, EveryRomGivesItsReviewedReport) {
         rombus_test::expectValidReport(out);
         rombus_test::expectValidReport(expected);
         nlohmann::json report = nlohmann::json::parse(readAll(out));
-        EXPECT_EQ(WEXITSTATUS(raw), report["nodes"][0]["messages"].empty() ? 0 : 1);
+        nlohmann::json kept = nlohmann::json::parse(readAll(expected));
+        // A valid ROM of a standard exits 0 unless a record of it is a fault.
+        bool fault = false;
+        for (const auto& message : kept["nodes"][0]["messages"])
+            fault = fault || message["class"] == "fault";
+        EXPECT_EQ(WEXITSTATUS(raw), fault ? 1 : 0);
         // The source is the ROM's path, which depends on where the tree lies.
         report["nodes"][0].erase("source");
-        nlohmann::json kept = nlohmann::json::parse(readAll(expected));
         kept["nodes"][0].erase("source");
         EXPECT_EQ(report, kept);
         ++checked;

@@ -26,6 +26,11 @@ TEST(StringTest, ToUint32AcceptsOnlyDigitsOfTheBaseWithin32Bits) {
     for (const char* text : {"100000000", "12G", "0x1F"})
         EXPECT_EQ(parsed(text, 16), 7u) << text;
     EXPECT_EQ(parsed(zul::String("12\00034", 5), 10), 7u);
+    // Up to eight hexadecimal digits, as registry ids are: every byte still checked.
+    EXPECT_EQ(parsed("acDE48", 16), 0xACDE48u);
+    for (const char* text : {"AB G", "G", "ACDE4/", "ACDE4:", "@", "`f"})
+        EXPECT_EQ(parsed(text, 16), 7u) << text;
+    EXPECT_EQ(parsed(zul::String("AB\0C", 4), 16), 7u);
 }
 
 TEST(StringTest, SprintfFormatsAnyLength) {

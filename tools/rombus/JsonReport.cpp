@@ -68,11 +68,16 @@ json explanation(const Explanation& found) {
             {"note", found.note}};
 }
 
+json textOrNull(const std::string& text) {
+    return text.empty() ? json(nullptr) : json(text);
+}
+
 json messages(const NodeView& view) {
     json out = json::array();
     for (size_t i = 0; i < view.records.size(); ++i) {
         const auto& record = view.records[i];
         const bool empty = record.message.isEmpty();
+        const RecordVerdict verdict = i < view.verdicts.size() ? view.verdicts[i] : RecordVerdict{};
         out.push_back(
             {{"level", record.level},
              {"levelName", levelName(record.level)},
@@ -80,13 +85,11 @@ json messages(const NodeView& view) {
              {"text", recordText(record)},
              {"variables", empty ? json::object() : variables(record.message->variables())},
              {"explanation",
-              i < view.explanations.size() ? explanation(view.explanations[i]) : json(nullptr)}});
+              i < view.explanations.size() ? explanation(view.explanations[i]) : json(nullptr)},
+             {"class", className(verdict.recordClass)},
+             {"standard", textOrNull(verdict.standard)}});
     }
     return out;
-}
-
-json textOrNull(const std::string& text) {
-    return text.empty() ? json(nullptr) : json(text);
 }
 
 json busOptions(const std::vector<uint8_t>& rom) {
@@ -209,6 +212,7 @@ json node(const NodeView& view) {
         {"source", bus.label},
         {"port", view.port},
         {"status", statusName(view.status())},
+        {"verdict", verdictName(verdictOf(view))},
         {"local", bus.local},
         {"guid", guid},
         {"busOptions", busOptions(bus.rom)},

@@ -44,6 +44,15 @@ std::string statusOf(const NodeView& node) {
         std::count_if(node.advisories.begin(), node.advisories.end(), [](const Advisory& advisory) {
             return advisory.severity == Severity::Advisory;
         }));
+    const size_t permitted = static_cast<size_t>(
+        std::count_if(node.verdicts.begin(), node.verdicts.end(), [](const RecordVerdict& verdict) {
+            return verdict.recordClass == RecordClass::Permitted;
+        }));
+    if (permitted < node.verdicts.size())
+        text += format(", %zu %s", node.verdicts.size() - permitted,
+                       node.verdicts.size() - permitted == 1 ? "fault" : "faults");
+    if (permitted)
+        text += format(", %zu permitted", permitted);
     if (advisories)
         text += format(", %zu %s", advisories, advisories == 1 ? "advisory" : "advisories");
     if (node.source && node.source->local)
@@ -83,11 +92,12 @@ std::string listing(const Inspection& inspection, const std::string& emptyText) 
     std::string summary;
     for (const auto& [status, count] : byStatus)
         summary += format("%s%zu %s", summary.empty() ? "" : ", ", count, status.c_str());
+    const std::string verdicts = verdictSummary(inspection.nodes);
     return out +
            format("%zu %s on %zu %s: ", inspection.nodes.size(),
                   inspection.nodes.size() == 1 ? "node" : "nodes", ports,
                   ports == 1 ? "port" : "ports") +
-           summary + ".\n";
+           summary + "." + (verdicts.empty() ? "" : " " + verdicts) + "\n";
 }
 
 } // namespace rombus

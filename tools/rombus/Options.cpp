@@ -96,7 +96,8 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
                  "One line per node (port:node, source, GUID, vendor, model, units, status)\n"
                  "and a line of totals, as lspci and lsusb list devices; JSON is unchanged");
     app.add_flag("--strict", options.strict,
-                 "Exit with 1 also when the decoder finds advisories (what the module does\n"
+                 "Exit with 1 also for records a named standard permits (a unit's own keys,\n"
+                 "IEEE 1212-1994 keys, a minimal ROM) and for advisories (what the module does\n"
                  "not report: byte-reversed CRCs, lengths past the ROM, reserved values...)");
     app.add_flag("-v,--verbose", names.verbosity,
                  "Show the module's log lines on standard error: -v failures, -vv problems\n"

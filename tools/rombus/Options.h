@@ -29,7 +29,7 @@ struct Options {
     Color color = Color::Auto;
     bool dump = false;     // the annotated ROM dump of every node
     bool brief = false;    // one line per node
-    bool strict = false;   // advisories count as problems in the exit status
+    bool strict = false;   // permitted records and advisories fail a node as faults do
     unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
     lib1394::ImageForm form = lib1394::ImageForm::Detect; // check: how the images are stored

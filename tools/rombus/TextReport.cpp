@@ -274,6 +274,8 @@ private:
             const std::string text = record.message.isEmpty() ? std::string("(no message)")
                                                               : escaped(recordText(record), false);
             out_ << recordLine(record.level, text, indent + Step);
+            if (i < node.verdicts.size())
+                out_ << wrap(classText(node.verdicts[i]), indent + Step + 9, indent + Step + 16);
             if (i < node.explanations.size() && !node.explanations[i].note.empty())
                 out_ << wrap("means: " + escaped(node.explanations[i].note, false),
                              indent + Step + 9, indent + Step + 16);
@@ -318,7 +320,11 @@ private:
             separator = ", ";
         }
         const std::string kinds = troubleSummary(inspection_.nodes);
-        out_ << "\n" << wrap(text + "." + (kinds.empty() ? "" : " " + kinds), 0, 2 * Step);
+        const std::string verdicts = verdictSummary(inspection_.nodes);
+        out_ << "\n"
+             << wrap(text + "." + (kinds.empty() ? "" : " " + kinds) +
+                         (verdicts.empty() ? "" : " " + verdicts),
+                     0, 2 * Step);
     }
 
     const Inspection& inspection_;

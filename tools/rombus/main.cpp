@@ -58,8 +58,7 @@ int report(const Inspection& inspection, const Options& options, const std::stri
                                              : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
-    const bool failed = hasProblems(inspection) || (options.strict && hasAdvisories(inspection));
-    if (failed)
+    if (hasProblems(inspection))
         return ExitProblems;
     return inspection.nodes.empty() ? ExitNoNode : ExitClean;
 }
@@ -69,6 +68,7 @@ Settings settingsOf(const Options& options, const std::string& registry) {
     settings.registry = registry;
     settings.crcLevel = options.crcLevel;
     settings.logLevel = options.logLevel;
+    settings.strict = options.strict;
     return settings;
 }
 
