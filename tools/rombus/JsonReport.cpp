@@ -1,5 +1,6 @@
 #include "JsonReport.h"
 
+#include "inspect/io/JsonText.h"
 #include "inspect/knowledge/RomNames.h"
 #include "inspect/knowledge/Sbp2.h"
 #include "inspect/knowledge/UnitTypes.h"
@@ -256,7 +257,7 @@ json jsonReport(const Inspection& inspection) {
 }
 
 std::string jsonText(const json& report) {
-    return report.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+    return jsonDocumentText(report);
 }
 
 } // namespace rombus
