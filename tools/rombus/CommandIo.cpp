@@ -35,8 +35,8 @@ lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order,
     return lib1394::readImageStream("standard input", stdin, order, form);
 }
 
-bool writeFile(const std::string& path, const std::string& content) {
-    const FileWrite written = writeWholeFile(path, content, true);
+bool writeFile(const std::string& path, const std::string& content, const WriteRules& rules) {
+    const FileWrite written = writeWholeFile(path, content, rules);
     if (!written.ok())
         complain(path + ": " + written.reason);
     return written.ok();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Options.h"
+#include "inspect/io/AtomicFile.h"
 #include "lib1394/ImageFile.h"
 
 #include <CLI/CLI.hpp>
@@ -24,9 +25,10 @@ bool writeOut(const std::string& text);
 lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order,
                              lib1394::ImageForm form = lib1394::ImageForm::Detect);
 
-// Writes content to path whole or not at all, replacing it (see writeWholeFile); false, with a
-// message that says why, when it cannot.
-bool writeFile(const std::string& path, const std::string& content);
+// Writes content to path whole or not at all, by the rules (replacing it unless told otherwise;
+// see writeWholeFile); false, with a message that says why, when it cannot.
+bool writeFile(const std::string& path, const std::string& content,
+               const WriteRules& rules = {.replace = true});
 
 // The options of a command that writes a ROM: -o FILE (- for standard output) and
 // --output-form be|le|hex into Options::output and Options::outputForm.
