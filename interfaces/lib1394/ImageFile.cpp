@@ -57,14 +57,16 @@ bool signatureReversed(const std::vector<uint8_t>& rom) {
 }
 
 // Puts the image into bus order; false when little-endian quadlets cannot be exchanged.
-bool toBusOrder(std::vector<uint8_t>& rom, ByteOrder order) {
+bool toBusOrder(ImageFile& image, ByteOrder order) {
     const bool little =
-        order == ByteOrder::Little || (order == ByteOrder::Detect && signatureReversed(rom));
+        order == ByteOrder::Little || (order == ByteOrder::Detect && signatureReversed(image.rom));
     if (!little)
         return true;
-    if (rom.size() % 4 != 0)
+    if (image.rom.size() % 4 != 0)
         return false;
-    swapQuadlets(rom);
+    swapQuadlets(image.rom);
+    if (image.stored == StoredForm::BusOrder)
+        image.stored = StoredForm::LittleEndian;
     return true;
 }
 
@@ -146,6 +148,7 @@ ImageFile decodeText(const std::string& name, const std::string& content) {
     ImageFile image;
     image.path = name;
     image.rom = std::move(rom);
+    image.stored = StoredForm::HexText;
     return image;
 }
 
@@ -170,10 +173,13 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
         return failure(name, spoilt);
     const bool binary =
         form == ImageForm::Binary || (form == ImageForm::Detect && !isTextContent(content));
-    if (!binary && form == ImageForm::Detect && isDumpText(content))
-        return decodeDumpText(name, content);
+    if (!binary && form == ImageForm::Detect && isDumpText(content)) {
+        ImageFile dump = decodeDumpText(name, content);
+        dump.stored = StoredForm::DumpText;
+        return dump;
+    }
     ImageFile image = binary ? decodeBinary(name, content) : decodeText(name, content);
-    if (image.ok() && !toBusOrder(image.rom, order))
+    if (image.ok() && !toBusOrder(image, order))
         return failure(name, std::to_string(image.rom.size()) +
                                  " bytes are not a whole number of little-endian quadlets");
     return image;

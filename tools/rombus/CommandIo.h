@@ -34,11 +34,17 @@ bool writeFile(const std::string& path, const std::string& content,
 // --output-form be|le|hex into Options::output and Options::outputForm.
 void addOutputOptions(CLI::App& command, Options& options, bool outputRequired);
 
-// The ROM in a form: raw binary in bus order (be), in little-endian quadlets (le), or hex text
-// of one quadlet a line.
+// The ROM in a form: raw binary in bus order (be, or an empty form), every byte of it; in
+// little-endian quadlets (le), or hex text of one quadlet a line.
 std::string romInForm(const std::vector<uint8_t>& rom, const std::string& form);
 
-// Writes a ROM to path, standard output for "-"; false, with a message, when it cannot.
-bool writeRom(const std::string& path, const std::string& content);
+// Why the ROM cannot be written in the form without losing bytes (a part quadlet at its end in
+// le or hex); empty when it can.
+std::string formProblem(const std::vector<uint8_t>& rom, const std::string& form);
+
+// Writes a ROM to path by the rules, standard output for "-"; false, with a message, when it
+// cannot.
+bool writeRom(const std::string& path, const std::string& content,
+              const WriteRules& rules = {.replace = true});
 
 } // namespace rombus
