@@ -2,6 +2,9 @@
 
 #include "inspect/rom/KeyNames.h"
 
+#include <algorithm>
+#include <map>
+
 namespace rombus::description {
 
 uint64_t numberOf(const YAML::Node& node, uint64_t max, const std::string& what) {
@@ -37,6 +40,22 @@ std::vector<uint32_t> leafOf(const YAML::Node& value) {
     return body;
 }
 
+void checkKeys(const YAML::Node& map, const std::vector<std::string>& names,
+               const std::string& allowed) {
+    std::map<std::string, int> seen; // name: line
+    for (const auto& item : map) {
+        if (!item.first.IsScalar())
+            throw DescriptionError(item.first, "a key here is a name: " + allowed);
+        const std::string name = item.first.Scalar();
+        if (std::find(names.begin(), names.end(), name) == names.end())
+            throw DescriptionError(item.first, "\"" + name + "\" is not " + allowed);
+        const int line = item.first.Mark().line + 1;
+        if (const auto [first, added] = seen.emplace(name, line); !added)
+            throw DescriptionError(item.first, format("\"%s\" is given again; line %d gives it",
+                                                      name.c_str(), first->second));
+    }
+}
+
 std::optional<uint16_t> crcOf(const YAML::Node& node) {
     if (!node)
         return std::nullopt;
@@ -48,14 +67,16 @@ namespace {
 // A block written out as a map: where it stands, its crc, and its entries, text or quadlets;
 // or, as {value: N}, an entry that refers to a block described elsewhere or outside the ROM.
 void blockOf(const YAML::Node& block, Entry& entry, Budget& budget) {
-    for (const auto& item : block) {
-        const std::string name = item.first.Scalar();
-        if (name != "at" && name != "crc" && name != "entries" && name != "text" &&
-            name != "quadlets" && name != "value")
-            throw DescriptionError(
-                item.first, "\"" + name + "\" is not at, crc, entries, text, quadlets or value");
-    }
+    const bool directory = entry.type() == DirectoryType;
+    if (directory)
+        checkKeys(block, {"at", "crc", "entries", "value"}, "at, crc, entries or value");
+    else
+        checkKeys(block, {"at", "crc", "text", "quadlets", "value"},
+                  "at, crc, text, quadlets or value");
     if (block["value"]) {
+        if (block.size() != 1)
+            throw DescriptionError(block, "an entry given by its value has no block: value "
+                                          "stands alone");
         entry.raw = static_cast<uint32_t>(numberOf(block["value"], MaxValue, "value"));
         return;
     }
@@ -65,13 +86,19 @@ void blockOf(const YAML::Node& block, Entry& entry, Budget& budget) {
         throw DescriptionError(block["at"],
                                format("at %Xh is not the offset of a quadlet", *entry.at));
     entry.crc = crcOf(block["crc"]);
-    if (entry.type() == DirectoryType)
+    if (directory) {
         entry.children = entriesOf(
             block["entries"] ? block["entries"] : YAML::Node(YAML::NodeType::Sequence), budget);
-    else
-        entry.leaf = leafOf(block["text"]       ? block["text"]
-                            : block["quadlets"] ? block["quadlets"]
-                                                : YAML::Node(YAML::NodeType::Sequence));
+        return;
+    }
+    const YAML::Node text = block["text"], quadlets = block["quadlets"];
+    if (text && quadlets)
+        throw DescriptionError(quadlets, "a leaf is a text or quadlets, not both");
+    if (text && !text.IsScalar())
+        throw DescriptionError(text, "text is a text; a list of quadlets is quadlets");
+    if (quadlets && !quadlets.IsSequence())
+        throw DescriptionError(quadlets, "quadlets is a list of quadlets; a text is text");
+    entry.leaf = leafOf(text ? text : quadlets ? quadlets : YAML::Node(YAML::NodeType::Sequence));
 }
 
 // An entry is a map of one key to its value: "vendor: 0x00A02D".

@@ -23,6 +23,11 @@ struct DescriptionError : std::runtime_error {
 // A number of at most max, in decimal or with 0x in hexadecimal; what names it in an error.
 uint64_t numberOf(const YAML::Node& node, uint64_t max, const std::string& what);
 
+// Checks that a map names only the given keys, each once: a key given twice would leave one of
+// its values unbuilt. allowed is the list of names as an error tells it ("at, crc or text").
+void checkKeys(const YAML::Node& map, const std::vector<std::string>& names,
+               const std::string& allowed);
+
 // A block's CRC as given, if it is.
 std::optional<uint16_t> crcOf(const YAML::Node& node);
 

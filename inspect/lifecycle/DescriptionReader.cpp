@@ -1,6 +1,7 @@
 #include "inspect/lifecycle/RomDescription.h"
 
 #include "inspect/lifecycle/DescriptionEntries.h"
+#include "inspect/lifecycle/DescriptionSize.h"
 
 #include <algorithm>
 #include <map>
@@ -16,7 +17,13 @@ struct Placed {
     const std::vector<uint32_t>* leaf = nullptr;
     uint32_t at = 0;
     std::optional<uint16_t> crc;
+    int line = 0; // of the entry that refers to it, or of root
 };
+
+// The line a node of the description stands on.
+int lineOf(const YAML::Node& node) {
+    return node.Mark().line + 1;
+}
 
 class DescriptionReader {
 public:
@@ -52,14 +59,13 @@ private:
     void checkNames() const {
         if (!document_.IsMap())
             throw DescriptionError(document_, "a description is a map of bus_info, guid and root");
-        for (const auto& item : document_) {
-            const std::string name = item.first.Scalar();
-            if (name != "bus_info" && name != "guid" && name != "root" && name != "root_crc" &&
-                name != "unreferenced" && name != "minimal_vendor_id")
-                throw DescriptionError(item.first, "\"" + name +
-                                                       "\" is not bus_info, guid, root, root_crc, "
-                                                       "unreferenced or minimal_vendor_id");
-        }
+        checkKeys(document_,
+                  {"bus_info", "guid", "root", "root_crc", "unreferenced", "minimal_vendor_id"},
+                  "bus_info, guid, root, root_crc, unreferenced or minimal_vendor_id");
+        if (document_["minimal_vendor_id"] && document_.size() != 1)
+            throw DescriptionError(document_["minimal_vendor_id"],
+                                   "a minimal ROM is its vendor alone: minimal_vendor_id stands "
+                                   "alone");
     }
 
     // The bus_info map, or an empty one when it is left out (every field 0, bus_name "1394").
@@ -67,11 +73,23 @@ private:
         const YAML::Node info = document_["bus_info"];
         if (info && !info.IsMap())
             throw DescriptionError(info, "bus_info is a map of fields, \"max_rec: 8\"");
+        if (info)
+            checkKeys(info, busInfoNames(),
+                      "a bus_info field: bus_name, the bus options, reserved, crc_length or crc");
         return info ? info : YAML::Node(YAML::NodeType::Map);
+    }
+
+    static std::vector<std::string> busInfoNames() {
+        std::vector<std::string> names = {"bus_name", "reserved", "crc_length", "crc"};
+        for (const BusField& field : busFields)
+            names.push_back(field.name);
+        return names;
     }
 
     // The bus name: up to four characters, or its quadlet as a number ("0x31333934").
     static uint32_t busName(const YAML::Node& node) {
+        if (!node.IsScalar())
+            throw DescriptionError(node, "bus_name is a text of up to 4 characters or a number");
         const std::string name = node.Scalar();
         if (node.Tag() == "?" && name.rfind("0x", 0) == 0)
             return static_cast<uint32_t>(numberOf(node, 0xFFFFFFFF, "bus_name"));
@@ -108,8 +126,6 @@ private:
             for (const BusField& busField : busFields)
                 if (field == busField.name)
                     known = &busField;
-            if (!known)
-                throw DescriptionError(item.first, "\"" + field + "\" is not a bus_info field");
             options |= static_cast<uint32_t>(numberOf(item.second, (1u << known->width) - 1, field))
                        << known->shift;
         }
@@ -124,8 +140,8 @@ private:
     // Places the blocks breadth first, each where it is told or right after the furthest one
     // before, writes each, then the quadlets no entry reaches.
     void layOut(const std::vector<Entry>& root) {
-        std::vector<Placed> blocks = {
-            {&root, nullptr, BusInfoQuadlets, crcOf(document_["root_crc"])}};
+        std::vector<Placed> blocks = {{&root, nullptr, BusInfoQuadlets,
+                                       crcOf(document_["root_crc"]), lineOf(document_["root"])}};
         std::map<const Entry*, uint32_t> targets;
         uint32_t end = BusInfoQuadlets + 1 + static_cast<uint32_t>(root.size());
         for (size_t i = 0; i < blocks.size(); ++i) {
@@ -138,26 +154,53 @@ private:
                 targets[&entry] = at;
                 const bool directory = entry.type() == DirectoryType;
                 blocks.push_back({directory ? &entry.children : nullptr,
-                                  directory ? nullptr : &entry.leaf, at, entry.crc});
+                                  directory ? nullptr : &entry.leaf, at, entry.crc, entry.line});
                 end = std::max(end, at + 1 + entry.blockLength());
             }
         }
-        const std::map<uint32_t, std::vector<uint32_t>> unreferenced = unreferencedQuadlets();
-        for (const auto& [at, quadlets] : unreferenced)
-            end = std::max(end, static_cast<uint32_t>(at + quadlets.size()));
+        const std::map<uint32_t, Run> unreferenced = unreferencedQuadlets();
+        for (const auto& [at, run] : unreferenced)
+            end = std::max(end, static_cast<uint32_t>(at + run.quadlets.size()));
         if (end > MaxQuadlets)
             throw DescriptionError(document_["root"],
                                    format("the ROM would hold %u quadlets, more than 256", end));
         rom_.resize(end);
+        writers_.assign(end, 0);
+        std::fill(writers_.begin(), writers_.begin() + BusInfoQuadlets,
+                  std::max(1, lineOf(busInfoNode())));
         for (const Placed& block : blocks)
             write(block, targets);
-        for (const auto& [at, quadlets] : unreferenced)
-            std::copy(quadlets.begin(), quadlets.end(), rom_.begin() + at);
+        for (const auto& [at, run] : unreferenced)
+            for (size_t i = 0; i < run.quadlets.size(); ++i)
+                put(at + static_cast<uint32_t>(i), run.quadlets[i], run.line);
     }
 
+    // Puts a quadlet in the ROM for the given line. Two places of the description that put
+    // different quadlets at one offset (blocks that overlap, a block over the bus information
+    // block or the root directory, unreferenced quadlets over a block) cannot both be built:
+    // refused. The bus information block's first quadlet, its CRC known only at the end, is
+    // no other's.
+    void put(uint32_t at, uint32_t quadlet, int line) {
+        const bool clash = writers_[at] != 0 && (at == 0 || rom_[at] != quadlet);
+        if (clash)
+            throw std::runtime_error(format("line %d: puts %08X at %Xh, where line %d puts %s; "
+                                            "what overlaps must agree",
+                                            line, quadlet, 4 * at, writers_[at],
+                                            at == 0 ? "the bus information block's first quadlet"
+                                                    : format("%08X", rom_[at]).c_str()));
+        rom_[at] = quadlet;
+        writers_[at] = line;
+    }
+
+    // Quadlets no entry reaches, as "unreferenced" gives them from the line of their offset.
+    struct Run {
+        std::vector<uint32_t> quadlets;
+        int line = 0;
+    };
+
     // The quadlets of "unreferenced", by the quadlet they begin at.
-    std::map<uint32_t, std::vector<uint32_t>> unreferencedQuadlets() const {
-        std::map<uint32_t, std::vector<uint32_t>> runs;
+    std::map<uint32_t, Run> unreferencedQuadlets() const {
+        std::map<uint32_t, Run> runs;
         const YAML::Node given = document_["unreferenced"];
         if (given && !given.IsMap())
             throw DescriptionError(given, "unreferenced is a map of offsets to lists of quadlets");
@@ -167,7 +210,13 @@ private:
             if (at % 4 != 0)
                 throw DescriptionError(item.first,
                                        format("%Xh is not the offset of a quadlet", at));
-            runs[at / 4] = leafOf(item.second);
+            if (!item.second.IsSequence())
+                throw DescriptionError(item.second, "unreferenced quadlets are a list");
+            const auto [run, added] =
+                runs.emplace(at / 4, Run{leafOf(item.second), lineOf(item.first)});
+            if (!added)
+                throw DescriptionError(item.first, format("%Xh is given again; line %d gives it",
+                                                          at, run->second.line));
         }
         return runs;
     }
@@ -184,9 +233,11 @@ private:
                                                              : referenceTo(entry, targets, self);
             body.push_back(uint32_t{entry.key} << 24 | field);
         }
-        rom_[block.at] =
-            static_cast<uint32_t>(body.size()) << 16 | block.crc.value_or(decode::crc16(body));
-        std::copy(body.begin(), body.end(), rom_.begin() + block.at + 1);
+        put(block.at,
+            static_cast<uint32_t>(body.size()) << 16 | block.crc.value_or(decode::crc16(body)),
+            block.line);
+        for (size_t i = 0; i < body.size(); ++i)
+            put(block.at + 1 + static_cast<uint32_t>(i), body[i], block.line);
     }
 
     // An entry's value refers forward, in quadlets from the entry.
@@ -202,6 +253,7 @@ private:
 
     const YAML::Node& document_;
     std::vector<uint32_t> rom_;
+    std::vector<int> writers_; // per quadlet, the line that put it; 0 for none
 };
 
 } // namespace
@@ -209,6 +261,7 @@ private:
 std::vector<uint8_t> buildRom(const std::string& description, std::string& error) {
     std::vector<uint32_t> quadlets;
     try {
+        checkDescriptionSize(description);
         const YAML::Node document = YAML::Load(description);
         quadlets = DescriptionReader(document).build();
     } catch (const YAML::Exception& failure) {
