@@ -14,8 +14,9 @@ const char* const diffFooter =
     "Compares two ROM images (any form 'rombus check' reads) by structure: each entry by\n"
     "its path (root/unit[0]/model), the bus information block by its fields. Shows changed\n"
     "values and texts, entries, leaves and directories added or removed, and changed block\n"
-    "CRCs; blocks that only moved with --layout. Exit status: 0 the ROMs are equal, 1 they\n"
-    "differ, 2 an input cannot be read.\n";
+    "CRCs; blocks that moved with --layout or when nothing else differs; then any quadlet\n"
+    "that differs where no entry tells it (rom/3Ch bytes). Exit status: 0 the ROMs are\n"
+    "equal byte for byte, 1 they differ, 2 an input cannot be read.\n";
 
 // Every text of a diff line goes out escaped: a ROM text or a file name holding a line break
 // could otherwise fake a line of the diff.
