@@ -145,8 +145,11 @@ private:
                 held[q] = true;
         };
         hold(0, BusInfoQuadlets);
+        // The bus information block holds its fields alone; the quadlets its CRC covers beyond
+        // them are other blocks' or unreferenced.
         for (const decode::RomBlock& block : rom_.blocks)
-            hold(block.offset / 4, 1 + block.available);
+            if (block.kind != decode::BlockKind::BusInfo)
+                hold(block.offset / 4, 1 + block.available);
         std::string runs;
         for (uint32_t q = 0; q < held.size();) {
             if (held[q]) {
@@ -236,8 +239,12 @@ std::string describeRom(const decode::DecodedRom& rom, std::string& refusal) {
         if (built == rom.rom)
             return text;
     }
+    // The description is the tool's own, never seen: its lines mean nothing to the user.
+    const size_t lineEnd = error.rfind("line ", 0) == 0 ? error.find(": ") : std::string::npos;
     refusal = "its description would not build the same bytes: " +
-              (error.empty() ? whyNotFaithful(rom, built) : error);
+              (error.empty()                  ? whyNotFaithful(rom, built)
+               : lineEnd != std::string::npos ? error.substr(lineEnd + 2)
+                                              : error);
     return {};
 }
 

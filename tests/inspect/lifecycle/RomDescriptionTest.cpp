@@ -206,7 +206,29 @@ TEST(RomDescription, ARomThatCannotBeBuiltAgainIsRefusedWithTheReason) {
         std::string why;
         EXPECT_EQ(rombus::describeRom(rombus::decode::decodeRom(rom), why), "");
         EXPECT_NE(why.find(reason), std::string::npos) << why;
+        // The description is never shown: no line of it is cited.
+        EXPECT_EQ(why.find("line "), std::string::npos) << why;
     }
+}
+
+TEST(RomDescription, QuadletsOnlyTheBusCrcCoversAreDescribedAsUnreferenced) {
+    // A root directory of one entry, then two quadlets no block reaches that crc_length covers
+    // all the same: a clean ROM.
+    RomLayout layout;
+    layout.directory({RomLayout::immediate(0x03, 0x00A02D)});
+    std::vector<uint32_t> q = layout.quadlets();
+    q.push_back(0x00000005);
+    q.push_back(0x00000006);
+    const uint32_t crcLength = static_cast<uint32_t>(q.size()) - 1;
+    q[0] = 0x04000000 | crcLength << 16 | rombus_test::crc16(q, 1, crcLength);
+    const std::vector<uint8_t> rom = rombus_test::busOrderBytes(q);
+    std::string why;
+    const std::string description = rombus::describeRom(rombus::decode::decodeRom(rom), why);
+    ASSERT_FALSE(description.empty()) << why;
+    EXPECT_NE(description.find("unreferenced:\n  0x1C: [0x00000005, 0x00000006]"),
+              std::string::npos)
+        << description;
+    EXPECT_EQ(rombus::buildRom(description, why), rom) << why;
 }
 
 } // namespace
