@@ -176,6 +176,12 @@ TEST_F(RomRewrite, BuildNeverWritesOverItsOwnDescription) {
     EXPECT_EQ(run.status, 2);
     EXPECT_THAT(run.err, HasSubstr("./d.yaml is the description"));
     EXPECT_EQ(read("d.yaml"), description);
+    // A ROM given where its description belongs is not read as YAML.
+    folder_.write("rom.bin", bytes(romWith("Acme", false)));
+    const Outcome binary = rombus("build rom.bin -o out.rom");
+    EXPECT_EQ(binary.status, 2);
+    EXPECT_EQ(binary.err, "rombus: rom.bin: is not text; a description is YAML in UTF-8\n");
+    EXPECT_FALSE(fs::exists(folder_.path() / "out.rom"));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "RomCommands.h"
 #include "inspect/lifecycle/RomDescription.h"
 #include "lib1394/RegularFile.h"
+#include "lib1394/Utf8Text.h"
 
 #include <filesystem>
 
@@ -27,6 +28,10 @@ int runBuild(const Options& options) {
     const lib1394::RegularFile file = lib1394::readRegularFile(path, MaxDescriptionSize);
     if (!file.ok()) {
         complain(path + ": " + file.error);
+        return ExitUsage;
+    }
+    if (!lib1394::isTextContent(file.content)) {
+        complain(path + ": is not text; a description is YAML in UTF-8");
         return ExitUsage;
     }
     std::string mistake;
