@@ -95,6 +95,25 @@ TEST_F(RomRewrite, InPlaceKeepsTheFormModeAndLinksOfTheFile) {
     EXPECT_EQ(same.status, 0);
     EXPECT_EQ(same.out, "rom.hex: every CRC is right; the file is left as it is\n");
     EXPECT_EQ(read("rom.hex"), hex);
+    // With a CRC to correct, the comments cannot be kept: refused unless a form is given. The
+    // tool's own hex form, one quadlet a line, is written over as hex.
+    std::string plainBad, plainGood;
+    for (size_t at = 0; at < bad.size(); at += 4) {
+        std::snprintf(line, sizeof line, "%02X%02X%02X%02X\n", bad[at], bad[at + 1], bad[at + 2],
+                      bad[at + 3]);
+        plainBad += line;
+        std::snprintf(line, sizeof line, "%02X%02X%02X%02X\n", good[at], good[at + 1], good[at + 2],
+                      good[at + 3]);
+        plainGood += line;
+    }
+    folder_.write("commented.hex", "# spoilt\n" + plainBad);
+    const Outcome commented = rombus("repair commented.hex --in-place");
+    EXPECT_EQ(commented.status, 2);
+    EXPECT_THAT(commented.err, HasSubstr("commented.hex: is hex text with comments"));
+    EXPECT_EQ(read("commented.hex"), "# spoilt\n" + plainBad);
+    folder_.write("plain.hex", plainBad);
+    EXPECT_EQ(rombus("repair plain.hex --in-place").status, 0) << read("stderr");
+    EXPECT_EQ(read("plain.hex"), plainGood);
     // Bytes past the last whole quadlet are kept by the binary form, refused by the others.
     folder_.write("odd.bin", bytes(bad) + "xyz");
     EXPECT_EQ(rombus("repair odd.bin --in-place").status, 0) << read("stderr");

@@ -3,6 +3,7 @@
 #include "RomCommands.h"
 #include "Text.h"
 #include "inspect/lifecycle/RomRepair.h"
+#include "lib1394/RegularFile.h"
 
 #include <filesystem>
 
@@ -17,6 +18,9 @@ const char* const repairFooter =
     "keeping its mode and owner, and not at all when every CRC is right already. Exit\n"
     "status: 0 written, 1 written but a CRC could not be made right (a block runs past the\n"
     "end of the ROM), 2 an input or output error.\n";
+
+// The largest hex text of a ROM in the tool's own form: 256 lines of nine characters.
+constexpr size_t MaxHexTextSize = 256 * 9;
 
 // The file to write, or empty, with a message, when the options do not name one it may write.
 std::string outputOf(const Options& options) {
@@ -36,8 +40,15 @@ std::string outputOf(const Options& options) {
     return "";
 }
 
+// Whether a hex text file holds the ROM exactly as --output-form hex writes it: one quadlet a
+// line and nothing else, so that writing over it loses nothing.
+bool ownHexText(const lib1394::ImageFile& image) {
+    const lib1394::RegularFile file = lib1394::readRegularFile(image.path, MaxHexTextSize);
+    return file.ok() && file.content == romInForm(image.rom, "hex");
+}
+
 // The form of the copy: the one asked for, else with --in-place the input's own. Empty, with a
-// message, for an annotated dump written over, whose annotations no form keeps.
+// message, for a text written over whose notes or layout no form keeps.
 std::string formOf(const Options& options, const lib1394::ImageFile& image) {
     if (!options.outputForm.empty() || !options.inPlace)
         return options.outputForm.empty() ? "be" : options.outputForm;
@@ -45,7 +56,12 @@ std::string formOf(const Options& options, const lib1394::ImageFile& image) {
     case lib1394::StoredForm::LittleEndian:
         return "le";
     case lib1394::StoredForm::HexText:
-        return "hex";
+        if (ownHexText(image))
+            return "hex";
+        complain(image.path + ": is hex text with comments or a layout of its own, which a "
+                              "repaired copy cannot keep; give --output-form to write over it "
+                              "in that form, or -o");
+        return "";
     case lib1394::StoredForm::DumpText:
         complain(image.path + ": is an annotated dump, whose annotations a repaired copy cannot "
                               "keep; give --output-form to write over it in that form, or -o");
