@@ -34,8 +34,9 @@ TEST(RomLifecycle, SpoiltRomsEqualThemselvesRepairAndDescribeFaithfully) {
         const auto repaired = rombus::decode::decodeRom(repair.rom);
         for (const auto& block : repaired.blocks)
             EXPECT_TRUE(!block.complete() || block.crcOk()) << block.offset;
-        if (repair.left.empty())
+        if (repair.left.empty()) {
             EXPECT_TRUE(rombus::repairRom(repair.rom, false).changes.empty());
+        }
         std::string why;
         const std::string description = rombus::describeRom(decoded, why);
         if (description.empty()) {
