@@ -28,11 +28,19 @@ void writeBytes(const fs::path& file, const std::string& prefix, const Bytes& da
 }
 
 // A seed of a target, its mode byte first. Every ROM seed is also a seed of the decode target,
-// which takes the ROM alone.
+// which takes the ROM alone, of the lifecycle target as a ROM image, and of the diff target as
+// the ROM beside itself.
 void write(const std::string& target, const std::string& name, uint8_t mode, const Bytes& data) {
     writeBytes(root / target / name, std::string(1, static_cast<char>(mode)), data);
-    if (target == "rom" && data.size() <= 1024)
-        writeBytes(root / "decode" / name, "", data);
+    if (target != "rom" || data.size() > 1024)
+        return;
+    writeBytes(root / "decode" / name, "", data);
+    writeBytes(root / "lifecycle" / name, std::string(1, '\0'), data);
+    if (data.size() / 4 > 0xFF)
+        return;
+    Bytes twice = data;
+    twice.insert(twice.end(), data.begin(), data.end());
+    writeBytes(root / "diff" / name, std::string(1, static_cast<char>(data.size() / 4)), twice);
 }
 
 void writeText(const std::string& target, const std::string& name, const std::string& text) {
@@ -358,6 +366,24 @@ void liveSeeds() {
     seed("past-the-bound", 0, 0, 0, past);
 }
 
+// Descriptions for the lifecycle target: the README's example and the forms out of canonical
+// layout, each after the mode byte that marks a description.
+void descriptionSeeds() {
+    const std::pair<const char*, const char*> descriptions[] = {
+        {"description-plain", "guid: 0x0030E00000000042\nbus_info:\n  max_rec: 8\nroot:\n"
+                              "  - vendor: 0x0030E0\n  - descriptor: \"Vendor\"\n"
+                              "  - unit:\n      - specifier_id: 0x00A02D\n"
+                              "      - version: 0x010001\n"},
+        {"description-layout", "guid: 1\nbus_info:\n  crc_length: 8\n  crc: 0x1234\n"
+                               "root_crc: 0xFFFF\nroot:\n  - descriptor: {at: 0x20, crc: 1, "
+                               "quadlets: [1, 2]}\n  - unit: {value: 0x40}\n"
+                               "unreferenced: {0x40: [5, 6]}\n"},
+        {"description-minimal", "minimal_vendor_id: 0x00A02D\n"},
+    };
+    for (const auto& [name, text] : descriptions)
+        writeText("lifecycle", name, std::string("\x01") + text);
+}
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fprintf(stderr, "usage: make-corpus FOLDER\n");
@@ -368,5 +394,6 @@ int main(int argc, char** argv) {
     imageSeeds();
     registrySeeds();
     liveSeeds();
+    descriptionSeeds();
     return 0;
 }

@@ -26,7 +26,7 @@ std::string fileName(uint64_t guid, std::map<uint64_t, unsigned>& seen) {
 // bytes already), else why not.
 std::string writeFile(const fs::path& path, const std::vector<uint8_t>& bytes, bool overwrite) {
     const FileWrite write =
-        writeWholeFile(path.string(), std::string(bytes.begin(), bytes.end()), overwrite);
+        writeWholeFile(path.string(), std::string(bytes.begin(), bytes.end()), {overwrite});
     if (write.ok())
         return std::string();
     const char* const hint =

@@ -2,7 +2,9 @@
 
 #include "inspect/io/Format.h"
 
+#include <algorithm>
 #include <map>
+#include <optional>
 
 namespace rombus {
 namespace {
@@ -13,6 +15,7 @@ using decode::RomEntry;
 
 constexpr unsigned ImmediateType = 0, CsrOffsetType = 1, DirectoryType = 3;
 constexpr uint8_t MinimalInfoLength = 1;
+constexpr uint32_t BusInfoQuadlets = 5;
 const char* const busOptionNames[] = {"irmc",       "cmc",         "isc",     "bmc",
                                       "pmc",        "cyc_clk_acc", "max_rec", "max_rom",
                                       "generation", "link_spd"};
@@ -126,9 +129,62 @@ std::string keyOf(const Item& item) {
     return item.path + '\n' + item.aspect;
 }
 
+// Per quadlet of a ROM, the offset of the block that holds it; none for a quadlet outside every
+// block. The bus information block holds its fields alone: the quadlets its CRC covers beyond
+// them are other blocks' or none.
+std::vector<std::optional<uint32_t>> holders(const DecodedRom& rom) {
+    std::vector<std::optional<uint32_t>> held((rom.rom.size() + 3) / 4);
+    for (const RomBlock& block : rom.blocks) {
+        const uint32_t count =
+            block.kind == decode::BlockKind::BusInfo ? BusInfoQuadlets : 1 + block.available;
+        for (uint32_t q = block.offset / 4; q < block.offset / 4 + count && q < held.size(); ++q)
+            if (!held[q])
+                held[q] = block.offset;
+    }
+    return held;
+}
+
+// The bytes of the quadlet at q, as many as the ROM holds, in hexadecimal; empty past its end.
+std::string quadletBytes(const std::vector<uint8_t>& rom, size_t q) {
+    std::string text;
+    for (size_t at = 4 * q; at < rom.size() && at < 4 * q + 4; ++at)
+        text += format("%02X", rom[at]);
+    return text;
+}
+
+// The quadlets that differ where the structure does not tell it: outside every block always,
+// and inside a block when the structure showed no change at all (text bytes after the NUL, a
+// leaf's quadlets a ROM does not read). Each is one change of aspect "bytes".
+void addByteChanges(const DecodedRom& a, const DecodedRom& b, std::vector<RomChange>& changes) {
+    const bool structureSame = changes.empty();
+    const auto heldA = holders(a), heldB = holders(b);
+    const size_t count = std::max(heldA.size(), heldB.size());
+    for (size_t q = 0; q < count; ++q) {
+        const std::string before = quadletBytes(a.rom, q), after = quadletBytes(b.rom, q);
+        if (before == after)
+            continue;
+        const std::optional<uint32_t> holder = q < heldA.size() && heldA[q] ? heldA[q]
+                                               : q < heldB.size()           ? heldB[q]
+                                                                            : std::nullopt;
+        if (holder && !structureSame)
+            continue;
+        const std::string where = holder ? format(", in the block at %Xh", *holder)
+                                         : std::string(", outside every block");
+        const RomChange::Kind kind = before.empty()  ? RomChange::Added
+                                     : after.empty() ? RomChange::Removed
+                                                     : RomChange::Changed;
+        changes.push_back({kind, format("rom/%zXh", 4 * q), "bytes",
+                           before.empty() ? "" : before + where,
+                           after.empty() ? "" : after + where});
+    }
+}
+
 } // namespace
 
-std::vector<RomChange> diffRoms(const DecodedRom& a, const DecodedRom& b, bool layout) {
+namespace {
+
+// The differences of structure: entries and fields by path, and offsets when layout is set.
+std::vector<RomChange> structuralChanges(const DecodedRom& a, const DecodedRom& b, bool layout) {
     const std::vector<Item> before = Flattener(a, layout).items;
     const std::vector<Item> after = Flattener(b, layout).items;
     std::map<std::string, size_t> inBefore;
@@ -159,6 +215,17 @@ std::vector<RomChange> diffRoms(const DecodedRom& a, const DecodedRom& b, bool l
                                before[found->second].value, item.value});
     }
     removedUpTo(before.size());
+    return changes;
+}
+
+} // namespace
+
+std::vector<RomChange> diffRoms(const DecodedRom& a, const DecodedRom& b, bool layout) {
+    std::vector<RomChange> changes = structuralChanges(a, b, layout);
+    // Blocks that moved and nothing else: told by their offsets, the one difference there is.
+    if (changes.empty() && !layout && a.rom != b.rom)
+        changes = structuralChanges(a, b, true);
+    addByteChanges(a, b, changes);
     return changes;
 }
 

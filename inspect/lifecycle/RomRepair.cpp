@@ -13,8 +13,10 @@ using decode::BlockKind;
 using decode::RomBlock;
 using decode::RomEntry;
 
-// A CRC corrected may change the quadlets another block covers; this many passes settle any
-// nesting a ROM of 256 quadlets can hold.
+// A block covers only quadlets after its header, so correcting the blocks from the last to the
+// first leaves each CRC right once made: any block that covers it comes later. A CRC that is
+// also an entry of a directory changes where that entry leads, and the blocks are found again;
+// these passes settle any ROM but one whose corrections keep moving its blocks, which is told.
 constexpr unsigned MaxPasses = 8;
 constexpr uint8_t MinimalInfoLength = 1;
 constexpr uint32_t MaxCrcLength = 0xFF;
@@ -58,35 +60,60 @@ void coverRom(RomRepair& repair) {
         format("bus information block at 0h: crc_length %u -> %u", first >> 16 & 0xFF, length));
 }
 
-// One pass over the blocks: true when a CRC was changed.
+// The CRC of the quadlets a complete block covers, as the ROM holds them now.
+uint16_t crcNow(const std::vector<uint8_t>& rom, const RomBlock& block) {
+    std::vector<uint32_t> covered;
+    for (uint32_t i = 0; i < block.declared; ++i)
+        covered.push_back(*decode::quadletAt(rom, block.offset + 4 + 4 * i));
+    return decode::crc16(covered);
+}
+
+// One pass over the blocks, the last first: true when a CRC was changed.
 bool correctCrcs(RomRepair& repair, std::map<uint32_t, Correction>& corrections) {
     const decode::DecodedRom decoded = decode::decodeRom(repair.rom);
     std::map<uint32_t, std::string> paths;
     pathsOf(decoded.root, paths);
+    std::vector<const RomBlock*> blocks;
+    for (const RomBlock& block : decoded.blocks)
+        if (block.complete())
+            blocks.push_back(&block);
+    std::sort(blocks.begin(), blocks.end(),
+              [](const RomBlock* a, const RomBlock* b) { return a->offset > b->offset; });
     bool changed = false;
-    for (const RomBlock& block : decoded.blocks) {
-        if (!block.complete() || block.crcOk())
+    for (const RomBlock* block : blocks) {
+        const uint32_t header = *decode::quadletAt(repair.rom, block->offset);
+        const uint16_t crc = crcNow(repair.rom, *block);
+        if ((header & 0xFFFF) == crc)
             continue;
-        const uint32_t header = *decode::quadletAt(repair.rom, block.offset);
-        setQuadlet(repair.rom, block.offset, (header & 0xFFFF0000) | block.crc);
-        corrections.try_emplace(block.offset, Correction{blockName(block, paths), block.storedCrc});
-        corrections[block.offset].after = block.crc;
+        setQuadlet(repair.rom, block->offset, (header & 0xFFFF0000) | crc);
+        corrections.try_emplace(block->offset,
+                                Correction{blockName(*block, paths), uint16_t(header & 0xFFFF)});
+        corrections[block->offset].after = crc;
         changed = true;
     }
     return changed;
 }
 
+// Tells the blocks whose CRC could not be made right: those that run past the ROM, and those
+// whose CRC is still wrong when the passes did not settle.
 void tellLeft(RomRepair& repair) {
     const decode::DecodedRom decoded = decode::decodeRom(repair.rom);
     std::map<uint32_t, std::string> paths;
     pathsOf(decoded.root, paths);
-    for (const RomBlock& block : decoded.blocks)
+    for (const RomBlock& block : decoded.blocks) {
         if (!block.complete())
             repair.left.push_back(
                 blockName(block, paths) +
                 format(
                     ": its CRC is left as it is; it covers %u quadlets, the ROM holds %u of them",
                     block.declared, block.available));
+        else if (!block.crcOk())
+            repair.left.push_back(
+                blockName(block, paths) +
+                format(": its CRC %04Xh is still not %04Xh; each correction moved the blocks "
+                       "that entries holding CRCs lead to",
+                       block.storedCrc, block.crc));
+    }
 }
 
 } // namespace

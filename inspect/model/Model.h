@@ -6,6 +6,7 @@
 // its own helpers, never a header that works knowledge out: that is done once, in the model.
 
 #include "inspect/io/Format.h"
+#include "inspect/io/JsonText.h"
 #include "inspect/model/DeviceTree.h"
 #include "inspect/model/Inspection.h"
 #include "inspect/rom/Names.h"

@@ -76,6 +76,24 @@ std::optional<QuadletLine> quadletLine(const std::string& line) {
     return std::nullopt;
 }
 
+// A line that begins as a quadlet line does, an address with its ':' then a hexadecimal number,
+// but whose number is no quadlet of eight digits: a dump edited by hand, which would otherwise
+// leave the ROM a quadlet short.
+// Answers that number.
+std::optional<std::string> malformedQuadlet(const std::string& line) {
+    if (line.empty() || std::isspace(static_cast<unsigned char>(line[0])) || line[0] == '^')
+        return std::nullopt;
+    const std::vector<std::string> words = tokens(line, 3);
+    if (words.size() < 2 || words[0].back() != ':' || !hexNumber(words[0], CsrAddressDigits))
+        return std::nullopt;
+    const bool csr = words.size() == 3 && words[1].size() == CsrAddressDigits;
+    const std::string& number = csr ? words[2] : words[1];
+    if (isQuadlet(number) || !hexNumber(number, 2 * QuadletDigits) ||
+        (!csr && number.size() == CsrAddressDigits))
+        return std::nullopt;
+    return number;
+}
+
 // A line of plain hex text: quadlets only, up to its comment.
 bool isPlainHex(const std::string& line) {
     const std::vector<std::string> words = tokens(line.substr(0, line.find('#')), 64);
@@ -140,9 +158,13 @@ std::vector<uint8_t> dumpQuadlets(const std::string& content, std::string& error
     std::optional<uint64_t> base;
     forEachLine(content, [&](unsigned number, const std::string& line) {
         const auto quadlet = quadletLine(line);
+        const std::string where = "line " + std::to_string(number) + ": ";
+        if (const auto number = quadlet ? std::nullopt : malformedQuadlet(line)) {
+            error = where + "\"" + *number + "\" is not a quadlet of eight hexadecimal digits";
+            return false;
+        }
         if (!quadlet)
             return true;
-        const std::string where = "line " + std::to_string(number) + ": ";
         if (!base)
             base = baseOf(quadlet->address);
         const uint64_t offset = quadlet->address - *base;

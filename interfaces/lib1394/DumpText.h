@@ -21,8 +21,8 @@ namespace lib1394 {
 ROMBUS_API bool isDumpText(const std::string& content);
 
 // The ROM the dump shows, each quadlet at its offset; an error naming the input and the line
-// when an address is not a quadlet of a ROM, when an offset is given twice, or quadlets are
-// missing.
+// when an address is not a quadlet of a ROM, when an offset is given twice, when quadlets are
+// missing, or when a line's quadlet is a hexadecimal number of other than eight digits.
 ROMBUS_API ImageFile decodeDumpText(const std::string& name, const std::string& content);
 
 } // namespace lib1394

@@ -2,6 +2,7 @@
 
 #include "lib1394/DumpText.h"
 #include "lib1394/RegularFile.h"
+#include "lib1394/Utf8Text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -24,23 +25,12 @@ ImageFile failure(const std::string& name, const std::string& reason) {
     return image;
 }
 
-bool isTextByte(unsigned char c) {
-    return (c >= 0x20 && c < 0x7F) || (c != 0 && std::strchr("\t\n\v\f\r", c));
-}
-
-// A file is text when it holds no control character other than white space; a ROM image always
-// holds some (the info_length byte 04h to begin with).
-bool looksBinary(const std::string& content) {
-    return !std::all_of(content.begin(), content.end(),
-                        [](char c) { return isTextByte(static_cast<unsigned char>(c)); });
-}
-
 bool startsWith(const std::string& content, const char* prefix) {
     return content.rfind(prefix, 0) == 0;
 }
 
 // Why a file meant as hex text cannot be one: it begins with a byte-order mark (UTF-8 or
-// UTF-16), or it is hex text with NUL bytes in it. Empty for anything else. A ROM image with the
+// UTF-16), or it is text but for NUL bytes in it. Empty for anything else. A ROM image with the
 // bus name at offset 4, in either byte order, is never taken for text.
 std::string spoiltText(const std::string& content) {
     if (content.size() >= 8 &&
@@ -48,15 +38,16 @@ std::string spoiltText(const std::string& content) {
         return std::string();
     if (startsWith(content, "\xEF\xBB\xBF") || startsWith(content, "\xFF\xFE") ||
         startsWith(content, "\xFE\xFF"))
-        return "begins with a byte-order mark; hex text must be plain ASCII";
-    const bool textOrNul = std::all_of(content.begin(), content.end(), [](char c) {
-        return c == '\0' || isTextByte(static_cast<unsigned char>(c));
-    });
+        return "begins with a byte-order mark; hex text must be UTF-8 without one";
     const size_t nul = content.find('\0');
-    if (textOrNul && nul != std::string::npos &&
-        std::any_of(content.begin(), content.end(),
-                    [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }))
-        return "holds a NUL byte at byte " + std::to_string(nul) + "; hex text must be plain ASCII";
+    if (nul == std::string::npos)
+        return std::string();
+    std::string withoutNul = content;
+    std::erase(withoutNul, '\0');
+    if (isTextContent(withoutNul) && std::any_of(content.begin(), content.end(), [](char c) {
+            return std::isxdigit(static_cast<unsigned char>(c)) != 0;
+        }))
+        return "holds a NUL byte at byte " + std::to_string(nul) + "; hex text holds none";
     return std::string();
 }
 
@@ -66,14 +57,16 @@ bool signatureReversed(const std::vector<uint8_t>& rom) {
 }
 
 // Puts the image into bus order; false when little-endian quadlets cannot be exchanged.
-bool toBusOrder(std::vector<uint8_t>& rom, ByteOrder order) {
+bool toBusOrder(ImageFile& image, ByteOrder order) {
     const bool little =
-        order == ByteOrder::Little || (order == ByteOrder::Detect && signatureReversed(rom));
+        order == ByteOrder::Little || (order == ByteOrder::Detect && signatureReversed(image.rom));
     if (!little)
         return true;
-    if (rom.size() % 4 != 0)
+    if (image.rom.size() % 4 != 0)
         return false;
-    swapQuadlets(rom);
+    swapQuadlets(image.rom);
+    if (image.stored == StoredForm::BusOrder)
+        image.stored = StoredForm::LittleEndian;
     return true;
 }
 
@@ -155,6 +148,7 @@ ImageFile decodeText(const std::string& name, const std::string& content) {
     ImageFile image;
     image.path = name;
     image.rom = std::move(rom);
+    image.stored = StoredForm::HexText;
     return image;
 }
 
@@ -178,11 +172,14 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
     if (!spoilt.empty())
         return failure(name, spoilt);
     const bool binary =
-        form == ImageForm::Binary || (form == ImageForm::Detect && looksBinary(content));
-    if (!binary && form == ImageForm::Detect && isDumpText(content))
-        return decodeDumpText(name, content);
+        form == ImageForm::Binary || (form == ImageForm::Detect && !isTextContent(content));
+    if (!binary && form == ImageForm::Detect && isDumpText(content)) {
+        ImageFile dump = decodeDumpText(name, content);
+        dump.stored = StoredForm::DumpText;
+        return dump;
+    }
     ImageFile image = binary ? decodeBinary(name, content) : decodeText(name, content);
-    if (image.ok() && !toBusOrder(image.rom, order))
+    if (image.ok() && !toBusOrder(image, order))
         return failure(name, std::to_string(image.rom.size()) +
                                  " bytes are not a whole number of little-endian quadlets");
     return image;

@@ -17,10 +17,14 @@ namespace lib1394 {
 // comments from # or // to the end of the line. A file named *.rom is raw binary in bus order,
 // as the tool saves ROMs, whatever its bytes look like; the form and the byte order given
 // override what is found.
+// How an image was stored, so that a file rewritten can keep its form.
+enum class StoredForm { BusOrder, LittleEndian, HexText, DumpText };
+
 struct ImageFile {
     std::string path;
     std::vector<uint8_t> rom; // bus order
     std::string error;        // a sentence naming the file; empty when the image was read
+    StoredForm stored = StoredForm::BusOrder;
 
     bool ok() const { return error.empty(); }
 };

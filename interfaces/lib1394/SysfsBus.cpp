@@ -57,16 +57,17 @@ std::vector<FoundNode> findNodes(const fs::path& devices, std::vector<std::strin
     return nodes;
 }
 
-// The GUID the guid file holds: 0 when there is none, nothing when it holds no GUID (noted).
+// The GUID the guid file holds; nothing when there is no such file, or when it cannot be read
+// or holds no GUID (noted): the ROM's GUID is used then.
 std::optional<uint64_t> readGuid(const fs::path& folder, RomNode& node) {
     const fs::path path = folder / "guid";
     std::error_code error;
     if (!fs::exists(path, error))
-        return 0;
+        return std::nullopt;
     const RegularFile file = readRegularFile(path.string(), 64);
     if (!file.ok()) {
         node.notes.push_back("guid " + file.error);
-        return 0;
+        return std::nullopt;
     }
     std::string text = file.content;
     while (!text.empty() && (text.back() == '\n' || text.back() == '\r'))

@@ -66,6 +66,11 @@ TEST(DumpText, AGapAClashOrAStrayAddressNamesItsLine) {
          "dump.txt: line 2: address 400h is not a quadlet of the ROM"},
         {"000  FFFFF0000400  04041234\n004  FFFFF0000408  31333934\n",
          "dump.txt: line 2: CSR address FFFFF0000408h is not that of offset 4h"},
+        // A quadlet that lost or gained a digit in an edit is an error, not a line skipped.
+        {"0: 04041234\n4: 3133394\n8: E0648002\n",
+         "dump.txt: line 2: \"3133394\" is not a quadlet of eight hexadecimal digits"},
+        {"000  FFFFF0000400  04041234\n004:  FFFFF0000404  313339340\n",
+         "dump.txt: line 2: \"313339340\" is not a quadlet of eight hexadecimal digits"},
     };
     for (const auto& [dump, error] : malformed) {
         const auto image = decodeImage("dump.txt", dump);
@@ -73,6 +78,19 @@ TEST(DumpText, AGapAClashOrAStrayAddressNamesItsLine) {
         EXPECT_EQ(image.error, error);
         EXPECT_TRUE(image.rom.empty());
     }
+}
+
+TEST(DumpText, AnnotationsInUtf8AreTextNotBinary) {
+    // A vendor name out of the registry beyond ASCII, and a user's comment in UTF-8: the file
+    // is still text, and reads back quadlet for quadlet.
+    const std::string dump = "0: 04041234  bus information block\n"
+                             "4: 31333934  bus_name \"1394\"\n"
+                             "8: E0648002  bus options \xE2\x80\x94 M\xC3\xBCller & S\xC3\xB6hne\n"
+                             "C: 0030E000  node_vendor_id \xE6\x97\xA5\xE6\x9C\xAC\n"
+                             "10: 00000001\n14: 0001ABCD\n18: 030030E0\n";
+    const auto image = decodeImage("dump.txt", dump);
+    ASSERT_TRUE(image.ok()) << image.error;
+    EXPECT_EQ(image.rom, romBytes);
 }
 
 } // namespace

@@ -91,6 +91,13 @@ TEST(ImageFile, BadContentsGiveAnErrorNamingTheFile) {
     markLike[0] = 0xEF, markLike[1] = 0xBB, markLike[2] = 0xBF;
     EXPECT_EQ(decodeImage("mark.bin", std::string(markLike.begin(), markLike.end())).rom, markLike);
     EXPECT_EQ(decodeImage("zero.bin", std::string(64, '\0')).rom.size(), 64u);
+    // A comment in UTF-8 keeps a hex file text.
+    const auto commented = decodeImage("utf8.txt", "# r\xC3\xA9sum\xC3\xA9 \xE2\x9C\x93\n04041234\n"
+                                                   "31333934 // \xF0\x9F\x98\x80\n");
+    ASSERT_TRUE(commented.ok()) << commented.error;
+    EXPECT_EQ(commented.rom, std::vector<uint8_t>(romBytes.begin(), romBytes.begin() + 8));
+    // A byte that is no UTF-8 (Latin-1 here) makes the file binary, taken as its raw bytes.
+    EXPECT_EQ(decodeImage("latin1.txt", "04041234 # caf\xE9\n").rom.size(), 16u);
     // Exactly 1024 bytes and exactly 256 quadlets are whole ROMs.
     EXPECT_TRUE(decodeImage("full.bin", std::string(1024, '\x01')).ok());
     EXPECT_EQ(decodeImage("full.txt", repeated("ffffffff\n", 256)).rom.size(), 1024u);

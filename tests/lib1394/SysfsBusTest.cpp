@@ -80,15 +80,26 @@ TEST(SysfsBus, NodesWithoutAReadableRomAreNotAccessible) {
     const fs::path folder = tree.add("pci/a", "fw2", hostQuadlets({1}), "");
     fs::remove(folder / "config_rom");
     tree.add("pci/a", "fw3", hostQuadlets({0x04041234}) + "\xAA", "");
+    // No guid file, and one that cannot be read: the GUID the ROM holds (in bus order, read
+    // big-endian as stored).
+    const std::string withGuid("\x04\x04\x12\x34"
+                               "1394"
+                               "\xE0\x64\x80\x02\x00\x30\xE0\x00\x00\x00\x00\x42",
+                               20);
+    tree.add("pci/a", "fw4", withGuid, "");
+    const fs::path fifo = tree.add("pci/a", "fw5", withGuid, "");
+    ASSERT_EQ(mkfifo((fifo / "guid").c_str(), 0600), 0);
 
     const auto ports = lib1394::SysfsBus::read(tree.root.string(), lib1394::ByteOrder::Big).ports;
     const auto& nodes = ports.at(0).nodes;
-    ASSERT_EQ(nodes.size(), 4u);
+    ASSERT_EQ(nodes.size(), 6u);
     EXPECT_FALSE(nodes[0].accessible);
     EXPECT_EQ(nodes[0].guid, 1u);
     EXPECT_FALSE(nodes[1].accessible);
     EXPECT_EQ(nodes[1].guid, 0u);
     EXPECT_FALSE(nodes[2].accessible);
+    EXPECT_EQ(nodes[4].guid, 0x0030E00000000042ull);
+    EXPECT_EQ(nodes[5].guid, 0x0030E00000000042ull);
     // Named big-endian: bytes as stored; the part of a quadlet at the end is dropped.
     EXPECT_EQ(nodes[3].rom, (std::vector<uint8_t>{0x34, 0x12, 0x04, 0x04}));
 }

@@ -3,6 +3,9 @@
 #include "RomCommands.h"
 #include "inspect/lifecycle/RomDescription.h"
 #include "lib1394/RegularFile.h"
+#include "lib1394/Utf8Text.h"
+
+#include <filesystem>
 
 namespace rombus {
 namespace {
@@ -17,15 +20,24 @@ constexpr size_t MaxDescriptionSize = 1 << 20;
 
 int runBuild(const Options& options) {
     const std::string& path = options.files[0];
+    std::error_code error;
+    if (options.output != "-" && std::filesystem::equivalent(path, options.output, error)) {
+        complain(options.output + " is the description; give the ROM another name");
+        return ExitUsage;
+    }
     const lib1394::RegularFile file = lib1394::readRegularFile(path, MaxDescriptionSize);
     if (!file.ok()) {
         complain(path + ": " + file.error);
         return ExitUsage;
     }
-    std::string error;
-    const std::vector<uint8_t> rom = buildRom(file.content, error);
+    if (!lib1394::isTextContent(file.content)) {
+        complain(path + ": is not text; a description is YAML in UTF-8");
+        return ExitUsage;
+    }
+    std::string mistake;
+    const std::vector<uint8_t> rom = buildRom(file.content, mistake);
     if (rom.empty()) {
-        complain(path + ": " + error);
+        complain(path + ": " + mistake);
         return ExitUsage;
     }
     return writeRom(options.output, romInForm(rom, options.outputForm)) ? ExitClean : ExitUsage;

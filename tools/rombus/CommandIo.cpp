@@ -35,8 +35,8 @@ lib1394::ImageFile readImage(const std::string& path, lib1394::ByteOrder order,
     return lib1394::readImageStream("standard input", stdin, order, form);
 }
 
-bool writeFile(const std::string& path, const std::string& content) {
-    const FileWrite written = writeWholeFile(path, content, true);
+bool writeFile(const std::string& path, const std::string& content, const WriteRules& rules) {
+    const FileWrite written = writeWholeFile(path, content, rules);
     if (!written.ok())
         complain(path + ": " + written.reason);
     return written.ok();
@@ -46,33 +46,41 @@ void addOutputOptions(CLI::App& command, Options& options, bool outputRequired) 
     command.add_option("-o,--output", options.output, "ROM file to write; - for standard output")
         ->type_name("OUT")
         ->required(outputRequired);
-    options.outputForm = "be";
     command
         .add_option("--output-form", options.outputForm,
-                    "Form of the ROM written: be (binary, bus order; the default), le (binary,\n"
-                    "little-endian quadlets) or hex (text, one quadlet a line)")
+                    "Form of the ROM written: be (binary, bus order; the default, and with\n"
+                    "--in-place the input's own form), le (binary, little-endian quadlets) or\n"
+                    "hex (text, one quadlet a line)")
         ->type_name("be|le|hex")
         ->check(CLI::IsMember({"be", "le", "hex"}).description(""));
 }
 
 std::string romInForm(const std::vector<uint8_t>& rom, const std::string& form) {
+    if (form != "hex" && form != "le")
+        return std::string(rom.begin(), rom.end());
     std::string out;
     for (size_t at = 0; at + 4 <= rom.size(); at += 4) {
         const uint32_t quadlet = uint32_t{rom[at]} << 24 | uint32_t{rom[at + 1]} << 16 |
                                  uint32_t{rom[at + 2]} << 8 | rom[at + 3];
         if (form == "hex")
             out += format("%08X\n", quadlet);
-        else if (form == "le")
+        else
             out += {static_cast<char>(quadlet), static_cast<char>(quadlet >> 8),
                     static_cast<char>(quadlet >> 16), static_cast<char>(quadlet >> 24)};
-        else
-            out.append(reinterpret_cast<const char*>(rom.data() + at), 4);
     }
     return out;
 }
 
-bool writeRom(const std::string& path, const std::string& content) {
-    return path == "-" ? writeOut(content) : writeFile(path, content);
+std::string formProblem(const std::vector<uint8_t>& rom, const std::string& form) {
+    if (rom.size() % 4 == 0 || (form != "hex" && form != "le"))
+        return std::string();
+    return format("its %zu bytes are not a whole number of quadlets; only --output-form be "
+                  "keeps them all",
+                  rom.size());
+}
+
+bool writeRom(const std::string& path, const std::string& content, const WriteRules& rules) {
+    return path == "-" ? writeOut(content) : writeFile(path, content, rules);
 }
 
 } // namespace rombus

@@ -1,6 +1,8 @@
 // rombus diff A B: two ROMs compared entry by entry, in the manner of diff -u.
 #include "CommandIo.h"
 #include "RomCommands.h"
+#include "Text.h"
+#include "inspect/io/JsonText.h"
 #include "inspect/lifecycle/RomDiff.h"
 
 #include <nlohmann/json.hpp>
@@ -12,17 +14,20 @@ const char* const diffFooter =
     "Compares two ROM images (any form 'rombus check' reads) by structure: each entry by\n"
     "its path (root/unit[0]/model), the bus information block by its fields. Shows changed\n"
     "values and texts, entries, leaves and directories added or removed, and changed block\n"
-    "CRCs; blocks that only moved with --layout. Exit status: 0 the ROMs are equal, 1 they\n"
-    "differ, 2 an input cannot be read.\n";
+    "CRCs; blocks that moved with --layout or when nothing else differs; then any quadlet\n"
+    "that differs where no entry tells it (rom/3Ch bytes). Exit status: 0 the ROMs are\n"
+    "equal byte for byte, 1 they differ, 2 an input cannot be read.\n";
 
+// Every text of a diff line goes out escaped: a ROM text or a file name holding a line break
+// could otherwise fake a line of the diff.
 std::string label(const RomChange& change, const std::string& value) {
     const std::string aspect = change.aspect == "value" ? "" : " " + change.aspect;
-    return change.path + aspect + ": " + value + "\n";
+    return escaped(change.path + aspect + ": " + value, false) + "\n";
 }
 
 std::string diffText(const std::string& a, const std::string& b,
                      const std::vector<RomChange>& changes) {
-    std::string text = "--- " + a + "\n+++ " + b + "\n";
+    std::string text = "--- " + escaped(a, false) + "\n+++ " + escaped(b, false) + "\n";
     for (const RomChange& change : changes) {
         if (change.kind != RomChange::Added)
             text += "-" + label(change, change.before);
@@ -46,7 +51,7 @@ std::string diffJson(const std::string& a, const std::string& b,
             item["after"] = change.after;
         json["changes"].push_back(item);
     }
-    return json.dump(2) + "\n";
+    return jsonDocumentText(json);
 }
 
 int runDiff(const Options& options) {

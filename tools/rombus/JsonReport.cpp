@@ -251,7 +251,7 @@ json jsonReport(const Inspection& inspection) {
 }
 
 std::string jsonText(const json& report) {
-    return report.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+    return jsonDocumentText(report);
 }
 
 } // namespace rombus

@@ -17,7 +17,8 @@ constexpr int FormatVersion = 2;
 // each list in the order produced.
 nlohmann::ordered_json jsonReport(const Inspection& inspection);
 
-// The object as text. Bytes that are not UTF-8 (a ROM may hold any) are replaced, never fatal.
+// The object as text. Bytes that are not UTF-8 (a ROM may hold any) are written as \xHH escapes,
+// never fatal.
 std::string jsonText(const nlohmann::ordered_json& report);
 
 } // namespace rombus

@@ -40,7 +40,8 @@ struct Options {
     std::string output;        // repair, build: the file to write
     bool inPlace = false;      // repair: write over the input
     bool fixCrcLength = false; // repair: crc_length to cover the whole ROM
-    std::string outputForm;    // repair, build: be, le or hex
+    std::string outputForm;    // repair, build: be, le or hex; empty: be, or the input's own
+    bool keepLinks = false;    // repair --in-place: write through other hard links
     bool layout = false;       // diff: also the blocks that moved
     std::string printed;       // what --help or --version asks to print
 };

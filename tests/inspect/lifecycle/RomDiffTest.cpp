@@ -41,6 +41,20 @@ std::vector<RomChange> diff(const std::vector<uint8_t>& a, const std::vector<uin
     return rombus::diffRoms(rombus::decode::decodeRom(a), rombus::decode::decodeRom(b), layout);
 }
 
+std::string hexOffset(size_t offset) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%zXh", offset);
+    return text;
+}
+
+// The quadlet at an offset in hexadecimal, as the bytes stand.
+std::string shownBytes(const std::vector<uint8_t>& rom, size_t at) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%02X%02X%02X%02X", rom[at], rom[at + 1], rom[at + 2],
+                  rom[at + 3]);
+    return text;
+}
+
 std::string shown(const std::vector<RomChange>& changes) {
     std::string text;
     for (const RomChange& change : changes)
@@ -68,12 +82,64 @@ TEST(RomDiff, EntriesAreAlignedByPathAndOnlyTheirChangesShown) {
               "removed root/unit[1]/version value [000101h] []\n");
 }
 
-TEST(RomDiff, AMovedBlockIsToldOnlyWithTheLayout) {
+TEST(RomDiff, AMovedBlockIsToldByLayoutWhenAskedOrWhenNothingElseDiffers) {
     const auto before = node(1, "Camera"), after = node(1, "Camera", false, true);
     ASSERT_NE(before, after);
-    EXPECT_EQ(shown(diff(before, after)), "");
-    EXPECT_EQ(shown(diff(before, after, true)), "changed root/descriptor offset [28h] [34h]\n"
-                                                "changed root/unit[0] offset [3Ch] [28h]\n");
+    const std::string moved = "changed root/descriptor offset [28h] [34h]\n"
+                              "changed root/unit[0] offset [3Ch] [28h]\n";
+    EXPECT_EQ(shown(diff(before, after)), moved);
+    EXPECT_EQ(shown(diff(before, after, true)), moved);
+    // With another change too, the move is told only when asked.
+    EXPECT_EQ(shown(diff(before, node(2, "Camera", false, true))),
+              "changed root/model value [000001h] [000002h]\n");
+}
+
+TEST(RomDiff, EveryByteThatDiffersIsToldWhereTheStructureDoesNot) {
+    const auto base = node(1, "Camera");
+    // Quadlets past every block, in one ROM only or in both with other bytes.
+    auto longer = base;
+    longer.insert(longer.end(), {0xDE, 0xAD, 0xBE, 0xEF, 0x01});
+    EXPECT_EQ(shown(diff(base, longer)), "added rom/" + hexOffset(base.size()) +
+                                             " bytes [] [DEADBEEF, outside every block]\n"
+                                             "added rom/" +
+                                             hexOffset(base.size() + 4) +
+                                             " bytes [] [01, outside every block]\n");
+    auto other = longer;
+    other.back() = 0x02;
+    other[base.size()] = 0x00;
+    EXPECT_EQ(shown(diff(longer, other)),
+              "changed rom/" + hexOffset(base.size()) +
+                  " bytes [DEADBEEF, outside every block] [00ADBEEF, outside every block]\n"
+                  "changed rom/" +
+                  hexOffset(base.size() + 4) +
+                  " bytes [01, outside every block] [02, outside every block]\n");
+    // A byte after the text's NUL, the leaf's CRC made right again: the text and every CRC
+    // read the same, two quadlets do not. The leaf "Camera" stands at 28h: header, two
+    // quadlets, then "Came" "ra\0\0".
+    auto afterNul = base;
+    afterNul[0x28 + 12 + 7] = 'x';
+    std::vector<uint32_t> leaf;
+    for (size_t at = 0x28; at < 0x3C; at += 4)
+        leaf.push_back(uint32_t{afterNul[at]} << 24 | uint32_t{afterNul[at + 1]} << 16 |
+                       uint32_t{afterNul[at + 2]} << 8 | afterNul[at + 3]);
+    const uint16_t crc = rombus_test::crc16(leaf, 1, 4);
+    afterNul[0x2A] = static_cast<uint8_t>(crc >> 8);
+    afterNul[0x2B] = static_cast<uint8_t>(crc);
+    char header[16];
+    std::snprintf(header, sizeof header, "0004%04X", crc);
+    const std::string oldHeader = shownBytes(base, 0x28);
+    EXPECT_EQ(shown(diff(base, afterNul)),
+              "changed rom/28h bytes [" + oldHeader + ", in the block at 28h] [" + header +
+                  ", in the block at 28h]\n"
+                  "changed rom/38h bytes [72610000, in the block at 28h] [72610078, in the "
+                  "block at 28h]\n");
+    // Outside every block, beside a change of structure: both told.
+    auto both = node(2, "Camera");
+    both.insert(both.end(), {0, 0, 0, 1});
+    EXPECT_EQ(shown(diff(base, both)), "changed root/model value [000001h] [000002h]\n"
+                                       "added rom/" +
+                                           hexOffset(base.size()) +
+                                           " bytes [] [00000001, outside every block]\n");
 }
 
 TEST(RomDiff, CrcsBusFieldsAndGuidAreCompared) {

@@ -97,4 +97,36 @@ TEST(RomRepair, CrcLengthCoversTheRomWhenAskedAndAnUnknowableCrcIsLeft) {
     EXPECT_TRUE(rombus::repairRom({0x01, 0x00, 0xA0, 0x2D}, true).changes.empty());
 }
 
+TEST(RomRepair, AChainOfOverlappingLeavesSettlesInOneRun) {
+    // The root directory refers to 20 leaves of two quadlets, each header one quadlet after the
+    // one before: every leaf covers the CRC of the next, so no leaf's CRC is right until the one
+    // after it is. Every CRC starts wrong.
+    constexpr uint32_t Leaves = 20, Root = 5, First = Root + 1 + Leaves;
+    rombus_test::BusInfo info;
+    std::vector<uint32_t> q = {0x04040000, info.busNameQuadlet(), info.busOptions(), 0x00010203,
+                               0x04050607};
+    q.push_back(Leaves << 16);
+    for (uint32_t i = 0; i < Leaves; ++i)
+        q.push_back(0x81000000 | (First + i - (Root + 1 + i)));
+    for (uint32_t i = 0; i < Leaves; ++i)
+        q.push_back(2u << 16);
+    q.push_back(0x41424344);
+    q.push_back(0x45464748);
+    const std::vector<uint8_t> spoilt = rombus_test::busOrderBytes(q);
+
+    const rombus::RomRepair repair = rombus::repairRom(spoilt, false);
+    EXPECT_TRUE(repair.left.empty());
+    EXPECT_EQ(repair.changes.size(), Leaves + 2); // the leaves, the root and the bus block
+    const std::vector<uint32_t> fixed = quadletsOf(repair.rom);
+    for (uint32_t i = 0; i < Leaves; ++i)
+        EXPECT_EQ(fixed[First + i] & 0xFFFF, rombus_test::crc16(fixed, First + i + 1, 2))
+            << "leaf " << i;
+    EXPECT_EQ(fixed[Root] & 0xFFFF, rombus_test::crc16(fixed, Root + 1, Leaves));
+    EXPECT_EQ(fixed[0] & 0xFFFF, rombus_test::crc16(fixed, 1, 4));
+    // A second run finds nothing left to do.
+    const rombus::RomRepair again = rombus::repairRom(repair.rom, false);
+    EXPECT_TRUE(again.changes.empty());
+    EXPECT_EQ(again.rom, repair.rom);
+}
+
 } // namespace

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace rombus::description {
+
+// Checks, while the text is parsed and before any of it is held, that a description has no more
+// nodes than a ROM of 256 quadlets can need, so that the memory a description takes follows the
+// ROM it can build, not the size of its file. Throws, naming the line, at the first node too
+// many.
+void checkDescriptionSize(const std::string& description);
+
+} // namespace rombus::description
