@@ -84,7 +84,7 @@ TEST_F(RomRewrite, InPlaceKeepsTheFormModeAndLinksOfTheFile) {
     EXPECT_EQ(modeOf("copy.le"), 0640u);
     // A file whose every CRC is right is not written at all: its comments stay.
     std::string hex = "# the ROM as shipped\n";
-    char line[32];
+    char line[48];
     for (size_t at = 0; at < good.size(); at += 4) {
         std::snprintf(line, sizeof line, "%02x%02x%02x%02x  # q%zu\n", good[at], good[at + 1],
                       good[at + 2], good[at + 3], at / 4);
