@@ -1,5 +1,7 @@
 #pragma once
 
+#include "inspect/io/Registry.h"
+#include "inspect/knowledge/NodeDrivers.h"
 #include "inspect/model/NodeDevices.h"
 #include "inspect/rom/RomDecoder.h"
 #include "inspect/verdicts/Advisories.h"
@@ -46,6 +48,12 @@ struct ROMBUS_API NodeView {
     // published just before it.
     std::optional<size_t> device;
     NodeDevices devices;
+    // What the Linux kernel does with it: the drivers of its units, their probe checks, its
+    // quirks.
+    NodeDrivers drivers;
+    // The MA-M, MA-S or IAB assignment its GUID falls in: the holder of a GUID whose company id
+    // the IEEE keeps for longer assignments.
+    std::optional<LongAssignment> guidAssignment;
 
     NodeStatus status() const;
     uint64_t guid() const { return source ? source->guid : 0; }

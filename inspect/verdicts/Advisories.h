@@ -25,7 +25,8 @@ struct Advisory {
     std::string kind; // reversed-crc, past-end, unchecked-crc, block-overlap, eui64-mismatch,
                       // sysfs-guid-mismatch, reserved-bus-option, kernel-copy-kernel-missing,
                       // kernel-copy-kernel-zeroed, kernel-copy-changed,
-                      // kernel-copy-device-missing (a ROM read live against the kernel's copy)
+                      // kernel-copy-device-missing (a ROM read live against the kernel's copy),
+                      // no-driver, driver-refuses, bootloader (what Linux drivers make of a unit)
     std::string text;
     Severity severity = Severity::Advisory;
 };

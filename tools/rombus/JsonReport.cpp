@@ -1,5 +1,6 @@
 #include "JsonReport.h"
 
+#include "JsonDrivers.h"
 #include "inspect/knowledge/RomNames.h"
 #include "inspect/knowledge/Sbp2.h"
 #include "inspect/knowledge/UnitTypes.h"
@@ -151,7 +152,8 @@ json kernelText(const std::vector<std::string>& texts, size_t index) {
 json units(const NodeView& view, const lib1394::RomNode& node) {
     json out = json::array();
     size_t kernelIndex = 0;
-    for (const decode::UnitIds& unit : view.decoded.units) {
+    for (size_t i = 0; i < view.decoded.units.size(); ++i) {
+        const decode::UnitIds& unit = view.decoded.units[i];
         // A unit the kernel makes no device of has no place among fwN.M.
         const size_t index = unit.kernelUnit ? kernelIndex++ : SIZE_MAX;
         const decode::RomEntry* entry = decode::entryAt(view.decoded.root, unit.directory);
@@ -167,7 +169,9 @@ json units(const NodeView& view, const lib1394::RomNode& node) {
              {"modalias", decode::modalias(unit)},
              {"kernelModalias", kernelText(node.unitModaliases, index)},
              {"driver", kernelText(node.unitDrivers, index)},
-             {"sbp2", sbp2(view.rom(), unit)}});
+             {"sbp2", sbp2(view.rom(), unit)},
+             {"drivers", i < view.drivers.units.size() ? unitDriversJson(view.drivers.units[i])
+                                                       : json(nullptr)}});
     }
     return out;
 }
@@ -231,6 +235,9 @@ json node(const NodeView& view) {
          {{"vendorName", textOrNull(bus.vendorName)}, {"modelName", textOrNull(bus.modelName)}}},
         {"romNames", romNames(view.decoded)},
         {"units", units(view, bus)},
+        {"linux", nodeDriversJson(view.drivers)},
+        {"guidAssignment",
+         view.guidAssignment ? guidAssignmentJson(*view.guidAssignment) : json(nullptr)},
         {"advisories", advisories(view.advisories)},
         {"entries", entries(view.decoded.root, view.devices)}};
 }

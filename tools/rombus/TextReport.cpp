@@ -1,6 +1,7 @@
 #include "TextReport.h"
 
 #include "DecodedTree.h"
+#include "DriverLines.h"
 #include "Dump.h"
 #include "Text.h"
 #include "UnitLines.h"
@@ -143,6 +144,12 @@ private:
                 out_ << wrap(line, indent, indent + 2 * Step);
         for (const UnitLine& line : unitLines(node))
             out_ << wrap(line.text, indent + line.depth * Step, indent + (line.depth + 2) * Step);
+        std::vector<std::string> kernelLines = quirkLines(node);
+        kernelLines.push_back(diceGuidLine(node));
+        kernelLines.push_back(guidAssignmentLine(node));
+        for (const std::string& line : kernelLines)
+            if (!line.empty())
+                out_ << wrap(line, indent, indent + 2 * Step);
     }
 
     // "  (protocol)" after a unit directory of the node being printed, else nothing.

@@ -1,5 +1,6 @@
 #include "UnitLines.h"
 
+#include "DriverLines.h"
 #include "Text.h"
 #include "inspect/io/Format.h"
 #include "inspect/knowledge/RomNames.h"
@@ -100,6 +101,8 @@ std::vector<UnitLine> unitLines(const NodeView& node) {
         line += unit.kernelUnit ? kernelPart(unit, kernelIndex++, bus)
                                 : "in an instance directory: no kernel unit device";
         lines.push_back({0, line});
+        for (UnitLine& driver : driverLines(node, i))
+            lines.push_back(std::move(driver));
         const auto sbp2 = decode::sbp2Of(node.rom(), unit);
         if (sbp2 && !sbp2Line(*sbp2).empty())
             lines.push_back({1, sbp2Line(*sbp2)});
