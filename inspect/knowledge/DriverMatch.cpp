@@ -25,13 +25,19 @@ constexpr Field fields[] = {
     {"version", MatchVersion, &DriverId::version, &decode::UnitIds::version},
 };
 
-// The fields an entry names whose value differs from the unit's.
-std::vector<const Field*> differences(const DriverId& id, const decode::UnitIds& unit) {
-    std::vector<const Field*> differ;
+// How many of the fields an entry names differ from the unit's, and the first of them: no
+// allocation, as every entry of the table is compared with every unit.
+struct Difference {
+    unsigned count = 0;
+    const Field* first = nullptr;
+};
+
+Difference differences(const DriverId& id, const decode::UnitIds& unit) {
+    Difference difference;
     for (const Field& field : fields)
-        if ((id.flags & field.flag) && id.*field.entry != unit.*field.unit)
-            differ.push_back(&field);
-    return differ;
+        if ((id.flags & field.flag) && id.*field.entry != unit.*field.unit && !difference.count++)
+            difference.first = &field;
+    return difference;
 }
 
 // Keeps a driver's most specific matching entry, in the order the drivers first match.
@@ -52,21 +58,21 @@ std::string NearMiss::text() const {
 }
 
 bool entryMatches(const DriverId& id, const decode::UnitIds& unit) {
-    return differences(id, unit).empty();
+    return differences(id, unit).count == 0;
 }
 
 UnitMatch matchUnit(const DriverTable& table, const decode::UnitIds& unit) {
     UnitMatch result;
     for (const DriverId& id : table.ids) {
-        const std::vector<const Field*> differ = differences(id, unit);
-        if (differ.empty())
+        const Difference differ = differences(id, unit);
+        if (differ.count == 0)
             keepMatch(result.matches, id);
         // An entry of another vendor says nothing of this unit, and an entry of one field only
         // would miss every unit by that field: neither is a hint.
-        else if (differ.size() == 1 && differ[0]->flag != MatchVendor &&
+        else if (differ.count == 1 && differ.first->flag != MatchVendor &&
                  std::popcount(id.flags) > 1 && result.nearest.size() < MaxNearest)
             result.nearest.push_back(
-                {id, differ[0]->name, unit.*differ[0]->unit, id.*differ[0]->entry});
+                {id, differ.first->name, unit.*differ.first->unit, id.*differ.first->entry});
     }
     if (!result.matches.empty())
         result.nearest.clear();
