@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 
 namespace rombus {
 namespace {
@@ -22,6 +23,11 @@ struct DiceCategory {
 };
 constexpr uint32_t DefaultDiceCategory = 0x04;
 constexpr DiceCategory diceCategories[] = {{0x001C6A, 0x00}, {0x000FF2, 0x10}};
+
+// snd-oxfw's entry for any model of Loud Technologies (000FF2h) takes a unit only when its
+// model name is one of these, whole.
+constexpr uint32_t LoudCompany = 0x000FF2;
+constexpr const char* loudModels[] = {"Onyxi", "Onyx-i", "Onyx 1640i", "d.Pro", "U.420"};
 
 // Models that snd-bebob takes as bootloaders: it tells them to start their firmware, and the
 // device comes back with another ROM. The Audiophile shares its model id with its bootloader,
@@ -93,6 +99,17 @@ ProbeNote diceGate(const decode::DecodedRom& decoded, const decode::UnitIds& uni
     return note;
 }
 
+std::optional<ProbeNote> loudGate(const decode::DecodedRom& decoded, const decode::UnitIds& unit) {
+    const std::string name = unitModelName(decoded, unit);
+    if (std::any_of(std::begin(loudModels), std::end(loudModels),
+                    [&](const char* model) { return name == model; }))
+        return std::nullopt;
+    return ProbeNote{"snd_oxfw", ProbeVerdict::Refuses,
+                     "snd_oxfw refuses it: its entry for any Loud model takes only units named "
+                     "Onyxi, Onyx-i, Onyx 1640i, d.Pro or U.420, and this one is " +
+                         (name.empty() ? std::string("not named") : "named \"" + name + "\"")};
+}
+
 bool startsWith(const std::string& text, const char* prefix) {
     return text.rfind(prefix, 0) == 0;
 }
@@ -152,7 +169,10 @@ std::vector<ProbeNote> probeNotes(const decode::DecodedRom& decoded, const decod
     for (const DriverId& id : matches) {
         if (id.driver == "snd_dice" && id.flags == MatchVersion)
             notes.push_back(diceGate(decoded, unit));
-        else if (id.driver == "snd_bebob" && !bootloaderOf(decoded, unit).empty())
+        else if (id.driver == "snd_oxfw" && id.vendor == LoudCompany && !(id.flags & MatchModel)) {
+            if (auto refusal = loudGate(decoded, unit))
+                notes.push_back(std::move(*refusal));
+        } else if (id.driver == "snd_bebob" && !bootloaderOf(decoded, unit).empty())
             notes.push_back({id.driver, ProbeVerdict::Bootloader, bootloaderOf(decoded, unit)});
     }
     return notes;

@@ -38,7 +38,8 @@ ROMBUS_API DiceGuid diceGuidOf(uint64_t guid);
 // The category byte snd-dice expects in the GUID of a unit whose specifier id is a company's.
 ROMBUS_API uint32_t diceCategoryFor(uint32_t specifier);
 
-// The probe-time checks of the drivers that take a unit, for the drivers that make them.
+// The probe-time checks of the drivers that take a unit, for the drivers that make them:
+// snd-dice's GUID layout, snd-oxfw's model names for Loud units, snd-bebob's bootloaders.
 ROMBUS_API std::vector<ProbeNote> probeNotes(const decode::DecodedRom& decoded,
                                              const decode::UnitIds& unit,
                                              const std::vector<DriverId>& matches);

@@ -118,6 +118,24 @@ TEST(Bootloader, ByIdsByTheAudiophileNameAndByAName) {
               std::string::npos);
 }
 
+TEST(LoudGate, SndOxfwTakesAnyLoudModelOnlyByItsName) {
+    // Mackie's Onyx FireWire card: snd-bebob's own entry takes it; snd-oxfw's refuses it.
+    const auto onyx = avcRom(0x000FF2, 0x010065, "Onyx FireWire");
+    const auto notes = notesOf(onyx);
+    ASSERT_EQ(notes.size(), 1u);
+    EXPECT_EQ(notes[0].driver, "snd_oxfw");
+    EXPECT_EQ(notes[0].verdict, ProbeVerdict::Refuses);
+    EXPECT_EQ(notes[0].text, "snd_oxfw refuses it: its entry for any Loud model takes only units "
+                             "named Onyxi, Onyx-i, Onyx 1640i, d.Pro or U.420, and this one is "
+                             "named \"Onyx FireWire\"");
+    EXPECT_FALSE(notes[0].likelyBug);
+    EXPECT_TRUE(notesOf(avcRom(0x000FF2, 0x081216, "Onyx-i")).empty());
+    // The whole name, not a part of it.
+    EXPECT_EQ(notesOf(avcRom(0x000FF2, 0x081216, "Onyx-i 1220")).size(), 1u);
+    // The Tapco Link.FireWire 4x6 has an entry of its own model: no check.
+    EXPECT_TRUE(notesOf(avcRom(0x000FF2, 0x000460, "LINK.firewire 4x6")).empty());
+}
+
 std::vector<std::string> quirkNames(const std::vector<uint32_t>& quadlets) {
     std::vector<std::string> names;
     for (const auto& quirk : rombus::deviceQuirksOf(rombus_test::busOrderBytes(quadlets)))
