@@ -2,6 +2,7 @@
 
 #include "inspect/io/Format.h"
 #include "inspect/knowledge/ShippedDrivers.h"
+#include "lib1394/RegularFile.h"
 
 #include <sys/utsname.h>
 
@@ -100,6 +101,12 @@ bool parseModulesAlias(const std::string& text, const std::string& source,
 
 bool readModulesAlias(const std::string& path, const std::string& kernel, DriverTable& table,
                       std::string& error) {
+    // A FIFO or a device would block the reading, or never end it.
+    const std::string notRegular = lib1394::notRegularFile(path);
+    if (!notRegular.empty()) {
+        error = path + ": the modules.alias " + notRegular;
+        return false;
+    }
     std::ifstream in(path, std::ios::binary);
     std::ostringstream text;
     if (!in || !(text << in.rdbuf())) {

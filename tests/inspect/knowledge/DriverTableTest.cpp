@@ -3,6 +3,7 @@
 #include "rombus_support/TestFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <sstream>
@@ -85,6 +86,13 @@ TEST(ModulesAlias, AFileIsReadAndAMissingOneNamed) {
     const std::string missing = (folder.path() / "none.alias").string();
     EXPECT_FALSE(rombus::readModulesAlias(missing, "6.1.0", table, error));
     EXPECT_NE(error.find(missing), std::string::npos) << error;
+
+    // A FIFO is refused, never opened: nothing would ever write to it.
+    const std::string fifo = (folder.path() / "fifo.alias").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    error.clear();
+    EXPECT_FALSE(rombus::readModulesAlias(fifo, "6.1.0", table, error));
+    EXPECT_EQ(error.rfind(fifo + ": ", 0), 0u) << error;
 }
 
 // The shipped table is the rebuild command's output for the aliases it holds: written back as a
