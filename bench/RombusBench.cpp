@@ -285,6 +285,7 @@ public:
         limit("252-node enumeration with lookups (ms)", "Enumerate252", 1e3, 1000.0);
         limit("772-byte lookup storm, one node (ms)", "HostileLookupStorm", 1e3, 2000.0);
         limit("63 doubling ROMs, one port (ms)", "HostileDoubling63", 1e3, 3000.0);
+        ratio("driver matching / check of 150 ROMs", "DriverMatch150", "Check150", 0.10);
     }
 
 private:

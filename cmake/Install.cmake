@@ -81,7 +81,8 @@ configure_file(doc/rombus-report.schema.json ${CMAKE_BINARY_DIR}/share/rombus/ro
     COPYONLY)
 install(FILES doc/rombus-report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
 if(TARGET rombus_registry)
-    install(FILES ${ROMBUS_REGISTRY} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
+    install(FILES ${ROMBUS_REGISTRY} ${ROMBUS_ASSIGNMENTS} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus
+        COMPONENT tool)
 endif()
 
 # Every package's copyright and changelog under share/doc/PACKAGE, and its lintian overrides.

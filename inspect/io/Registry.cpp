@@ -16,6 +16,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* IeeeDataFolder = "/usr/share/ieee-data/";
+constexpr const char* LongAssignmentsFile = "ieee-assignments.csv";
 // The module reads a registry line into 256 bytes; a longer line would be split in two, and the
 // second half read as a line of its own. "XXXXXX " and the line end leave this much for a name.
 constexpr size_t MaxNameBytes = 255 - 8;
@@ -128,13 +129,14 @@ template <typename Take> void forEachCsvRecord(std::istream& in, Take take) {
     take(record);
 }
 
-// oui.txt: "002272     (base 16)\t\tAmerican Micro-Fuel Device Corp." among address lines.
-void parseText(std::istream& in, EntriesById& entries) {
+// oui.txt: "002272     (base 16)\t\tAmerican Micro-Fuel Device Corp." among address lines; take
+// is called with each id's text and raw name.
+template <typename Take> void parseText(std::istream& in, Take take) {
     static const std::string marker = TextMarker;
-    forEachLine(in, [&entries](const std::string& line) {
+    forEachLine(in, [&take](const std::string& line) {
         const size_t at = line.find(marker);
         if (at != std::string::npos)
-            addEntry(entries, trim(line.substr(0, at)), line.substr(at + marker.size()));
+            take(trim(line.substr(0, at)), line.substr(at + marker.size()));
     });
 }
 
@@ -143,8 +145,9 @@ size_t columnOf(const std::vector<std::string>& header, const std::string& name,
     return it == header.end() ? fallback : static_cast<size_t>(it - header.begin());
 }
 
-// oui.csv: "MA-L,002272,American Micro-Fuel Device Corp.,2181 Buchanan Loop ..." after a header.
-void parseCsv(std::istream& in, EntriesById& entries) {
+// oui.csv: "MA-L,002272,American Micro-Fuel Device Corp.,2181 Buchanan Loop ..." after a header;
+// mam.csv, oui36.csv and iab.csv alike, with longer assignments.
+template <typename Take> void parseCsv(std::istream& in, Take take) {
     std::optional<std::pair<size_t, size_t>> columns; // the id's and the name's, from the header
     forEachCsvRecord(in, [&](const std::vector<std::string>& fields) {
         if (!columns) {
@@ -153,7 +156,7 @@ void parseCsv(std::istream& in, EntriesById& entries) {
         }
         const auto [idColumn, nameColumn] = *columns;
         if (fields.size() > std::max(idColumn, nameColumn))
-            addEntry(entries, trim(fields[idColumn]), fields[nameColumn]);
+            take(trim(fields[idColumn]), fields[nameColumn]);
     });
 }
 
@@ -171,10 +174,13 @@ bool isText(std::istream& in) {
 
 std::vector<RegistryEntry> parseStream(std::istream& in) {
     EntriesById byId;
+    const auto take = [&byId](const std::string& id, const std::string& name) {
+        addEntry(byId, id, name);
+    };
     if (isText(in))
-        parseText(in, byId);
+        parseText(in, take);
     else
-        parseCsv(in, byId);
+        parseCsv(in, take);
     std::vector<RegistryEntry> entries;
     entries.reserve(byId.size());
     for (auto& [id, name] : byId)
@@ -182,7 +188,85 @@ std::vector<RegistryEntry> parseStream(std::istream& in) {
     return entries;
 }
 
+// The longer assignments, by their hexadecimal digits: MA-M has 7 (28 bits), MA-S and IAB 9 (36
+// bits); the first name given for an assignment wins.
+std::vector<LongAssignment> parseLongStream(std::istream& in) {
+    std::map<std::pair<unsigned, uint64_t>, std::string> byPrefix;
+    parseCsv(in, [&byPrefix](const std::string& id, const std::string& rawName) {
+        const bool digits = std::all_of(id.begin(), id.end(), isHex);
+        std::string name = cleanName(rawName);
+        if (digits && (id.size() == 7 || id.size() == 9) && !name.empty())
+            byPrefix.emplace(
+                std::pair(static_cast<unsigned>(4 * id.size()), std::stoull(id, nullptr, 16)),
+                std::move(name));
+    });
+    std::vector<LongAssignment> assignments;
+    for (auto& [key, name] : byPrefix)
+        assignments.push_back({key.second, key.first, std::move(name)});
+    return assignments;
+}
+
 } // namespace
+
+std::vector<LongAssignment> parseLongAssignments(const std::string& content) {
+    std::istringstream in(content);
+    return parseLongStream(in);
+}
+
+std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths) {
+    std::vector<LongAssignment> all;
+    for (const std::string& path : paths) {
+        std::ifstream in;
+        if (lib1394::notRegularFile(path).empty())
+            in.open(path, std::ios::binary);
+        for (LongAssignment& each : parseLongStream(in))
+            all.push_back(std::move(each));
+    }
+    return all;
+}
+
+std::string formatLongAssignments(std::vector<LongAssignment> assignments) {
+    std::stable_sort(assignments.begin(), assignments.end(),
+                     [](const LongAssignment& a, const LongAssignment& b) {
+                         return std::pair(a.bits, a.prefix) < std::pair(b.bits, b.prefix);
+                     });
+    std::string out = "Registry,Assignment,Organization Name\n";
+    for (size_t i = 0; i < assignments.size(); ++i) {
+        const LongAssignment& each = assignments[i];
+        if (i > 0 && each.bits == assignments[i - 1].bits &&
+            each.prefix == assignments[i - 1].prefix)
+            continue;
+        char id[16];
+        std::snprintf(id, sizeof id, "%0*llX", static_cast<int>(each.bits / 4),
+                      static_cast<unsigned long long>(each.prefix));
+        std::string name;
+        for (char c : each.name)
+            name += c == '"' ? std::string("\"\"") : std::string(1, c);
+        out += std::string(each.bits == 28 ? "MA-M," : "MA-S,") + id + ",\"" + name + "\"\n";
+    }
+    return out;
+}
+
+std::vector<std::string> longAssignmentSources() {
+    std::vector<std::string> sources;
+    std::error_code error;
+    for (const char* name : {"mam.csv", "oui36.csv", "iab.csv"})
+        if (fs::exists(std::string(IeeeDataFolder) + name, error))
+            sources.push_back(std::string(IeeeDataFolder) + name);
+    return sources;
+}
+
+std::string longAssignmentsPath(const std::string& registry) {
+    return (fs::path(registry).parent_path() / LongAssignmentsFile).string();
+}
+
+const LongAssignment* holderOf(const std::vector<LongAssignment>& assignments, uint64_t guid) {
+    const LongAssignment* found = nullptr;
+    for (const LongAssignment& each : assignments)
+        if ((guid >> (64 - each.bits)) == each.prefix && (!found || each.bits > found->bits))
+            found = &each;
+    return found;
+}
 
 std::vector<RegistryEntry> parseIeeeRegistry(const std::string& content) {
     std::istringstream in(content);

@@ -27,6 +27,32 @@ std::vector<RegistryEntry> parseIeeeRegistry(const std::string& content);
 // hexadecimal digits, a blank, the name; LF line ends. The first name given for an identifier wins.
 std::string formatRegistry(std::vector<RegistryEntry> entries);
 
+// An assignment longer than a company id: MA-M (28 bits), MA-S or IAB (36 bits), the top bits of
+// an EUI-64 within a company id the IEEE keeps for them, and the name of its holder.
+struct LongAssignment {
+    uint64_t prefix;
+    unsigned bits;
+    std::string name;
+};
+
+// The longer assignments of CSV files as ieee-data ships them (mam.csv, oui36.csv, iab.csv) or
+// as formatLongAssignments writes them; 24-bit ids and files that cannot be read are passed by.
+std::vector<LongAssignment> parseLongAssignments(const std::string& content);
+std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths);
+
+// The tool's own file of them, beside the module's registry: CSV of Registry (MA-M for 28 bits,
+// MA-S for 36), Assignment and Organization Name, in the order of length and prefix.
+std::string formatLongAssignments(std::vector<LongAssignment> assignments);
+
+// mam.csv, oui36.csv and iab.csv of ieee-data, those that exist.
+std::vector<std::string> longAssignmentSources();
+
+// ieee-assignments.csv in the folder of the registry.
+std::string longAssignmentsPath(const std::string& registry);
+
+// The longest assignment a GUID falls in; null when none.
+const LongAssignment* holderOf(const std::vector<LongAssignment>& assignments, uint64_t guid);
+
 // The first of oui.txt and oui.csv of ieee-data that exists (oui.txt when neither does).
 std::string defaultImportSource();
 

@@ -111,9 +111,17 @@ std::vector<NodeView> viewsOf(const zul::Array<libRombus::lib1394_enum_log>& rec
         view.readFailed = failed(failures, i, view.locator);
         view.stopped = stopOf(view);
         view.decoded = decode::decodeRom(view.source ? view.source->rom : std::vector<uint8_t>());
-        if (view.source)
+        const DriverTable& table = settings.drivers ? *settings.drivers : shippedDriverTable();
+        view.drivers = driversOf(view.decoded, table);
+        if (const LongAssignment* holder =
+                settings.assignments ? holderOf(*settings.assignments, view.guid()) : nullptr)
+            view.guidAssignment = *holder;
+        if (view.source) {
             view.advisories =
                 advisoriesOf(view.decoded, *view.source, view.records, settings.crcLevel);
+            for (Advisory& advisory : driverAdvisories(view.decoded, view.drivers, table))
+                view.advisories.push_back(std::move(advisory));
+        }
         view.explanations =
             explainRecords(view.decoded, view.records, view.source && isKernelCopy(*view.source));
         view.verdicts = classifyRecords(view.decoded, view.records, view.explanations);

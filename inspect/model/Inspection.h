@@ -1,5 +1,6 @@
 #pragma once
 
+#include "inspect/knowledge/DriverTable.h"
 #include "inspect/model/NodeView.h"
 #include "lib1394/RomImageBus.h"
 #include "vesk5/DiagModule.h"
@@ -13,13 +14,16 @@
 namespace rombus {
 
 // How the module is to read: the registry it names vendors from, the level of a CRC mismatch and
-// the priority from which its log lines reach standard error; and whether records a standard
-// permits and advisories fail a node as faults do (strict).
+// the priority from which its log lines reach standard error; whether records a standard permits
+// and advisories fail a node as faults do (strict); the drivers' entries that units are matched
+// against (none: the table shipped with the tool); the longer IEEE assignments GUIDs are named by.
 struct Settings {
     std::string registry;
     unsigned crcLevel = 2;
     unsigned logLevel = 3;
     bool strict = false;
+    std::shared_ptr<const DriverTable> drivers;
+    std::shared_ptr<const std::vector<LongAssignment>> assignments;
 };
 
 // One run of the module over a bus, as the reports show it. Its nodes refer to its devices, so

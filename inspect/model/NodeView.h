@@ -1,5 +1,7 @@
 #pragma once
 
+#include "inspect/io/Registry.h"
+#include "inspect/knowledge/NodeDrivers.h"
 #include "inspect/model/NodeDevices.h"
 #include "inspect/model/RomKnowledge.h"
 #include "inspect/model/UnitView.h"
@@ -56,6 +58,12 @@ struct ROMBUS_API NodeView {
     // what the tool knows of its ROM.
     std::vector<UnitView> units;
     RomKnowledge knowledge;
+    // What the Linux kernel does with it: the drivers of its units, their probe checks, its
+    // quirks.
+    NodeDrivers drivers;
+    // The MA-M, MA-S or IAB assignment its GUID falls in: the holder of a GUID whose company id
+    // the IEEE keeps for longer assignments.
+    std::optional<LongAssignment> guidAssignment;
 
     NodeStatus status() const;
     // The unit whose directory is at a ROM offset; null when none is.

@@ -22,11 +22,12 @@ ROMBUS_API const char* severityName(Severity severity);
 // change the module's records or the exit status, unless --strict asks for them to count.
 struct Advisory {
     uint32_t offset;
-    std::string
-        kind; // reversed-crc, past-end, unchecked-crc, block-overlap, eui64-mismatch,
-              // sysfs-guid-mismatch, reserved-bus-option, kernel-copy-kernel-missing,
-              // kernel-copy-kernel-zeroed, kernel-copy-kernel-unreached, kernel-copy-changed,
-              // kernel-copy-device-missing (a ROM read live against the kernel's copy)
+    // reversed-crc, past-end, unchecked-crc, block-overlap, eui64-mismatch, sysfs-guid-mismatch,
+    // reserved-bus-option, kernel-copy-kernel-missing, kernel-copy-kernel-zeroed,
+    // kernel-copy-kernel-unreached, kernel-copy-changed, kernel-copy-device-missing (a ROM read
+    // live against the kernel's copy), no-driver, driver-refuses, bootloader (what Linux drivers
+    // make of a unit)
+    std::string kind;
     std::string text;
     Severity severity = Severity::Advisory;
 };

@@ -1,8 +1,9 @@
 // Every ROM of tests/roms, typed from a layout published in a standard, read by the built tool:
 // its JSON report must be the one reviewed and kept beside it. Adding a ROM is adding NAME.hex
 // (hex text that says where its layout comes from) and NAME.json (its reviewed report: made with
-// `rombus --format json check NAME.hex --registry registry.txt` in the folder, then read
-// against the layout, entry by entry).
+// `rombus --format json --modules-alias shipped check NAME.hex --registry registry.txt` in the
+// folder, then read against the layout, entry by entry; the drivers of its units against the
+// drivers' tables).
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -44,10 +45,10 @@ TEST(GoldenRoms, EveryRomGivesItsReviewedReport) {
         ASSERT_TRUE(fs::exists(expected));
 
         const fs::path out = folder.path() / "report.json";
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' --format json check '" +
-                                    rom.string() + "' --registry '" +
-                                    (roms / "registry.txt").string() + "' >'" + out.string() +
-                                    "' 2>/dev/null";
+        const std::string command =
+            std::string("'") + ROMBUS_BINARY + "' --format json --modules-alias shipped check '" +
+            rom.string() + "' --registry '" + (roms / "registry.txt").string() + "' >'" +
+            out.string() + "' 2>/dev/null";
         const int raw = std::system(command.c_str());
         ASSERT_TRUE(WIFEXITED(raw));
         rombus_test::expectValidReport(out);

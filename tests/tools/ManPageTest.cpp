@@ -34,8 +34,8 @@ std::string pageText() {
     return std::regex_replace(text, std::regex(R"(\\-)"), "-");
 }
 
-const char* const Commands[] = {"",     "scan",   "check",    "registry import",
-                                "diff", "repair", "describe", "build"};
+const char* const Commands[] = {"",         "scan",  "check", "registry import", "diff", "repair",
+                                "describe", "build", "hwdb",  "drivers table"};
 
 // Every option the help of the tool or of one of its commands names.
 std::set<std::string> helpOptions(const std::string& command) {

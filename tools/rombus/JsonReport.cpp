@@ -1,5 +1,6 @@
 #include "JsonReport.h"
 
+#include "JsonDrivers.h"
 #include "inspect/model/Model.h"
 
 #include <cctype>
@@ -144,7 +145,8 @@ json sbp2(const std::optional<Sbp2View>& view) {
 
 json units(const NodeView& view) {
     json out = json::array();
-    for (const UnitView& unit : view.units)
+    for (size_t i = 0; i < view.units.size(); ++i) {
+        const UnitView& unit = view.units[i];
         out.push_back(
             {{"entry", unit.entry},
              {"directory", unit.directory},
@@ -162,7 +164,10 @@ json units(const NodeView& view) {
              {"modalias", unit.modalias},
              {"kernelModalias", unit.kernelModalias ? json(*unit.kernelModalias) : json(nullptr)},
              {"driver", unit.driver ? json(*unit.driver) : json(nullptr)},
-             {"sbp2", sbp2(unit.sbp2)}});
+             {"sbp2", sbp2(unit.sbp2)},
+             {"drivers", i < view.drivers.units.size() ? unitDriversJson(view.drivers.units[i])
+                                                       : json(nullptr)}});
+    }
     return out;
 }
 
@@ -226,6 +231,9 @@ json node(const NodeView& view) {
         {"romNames", romNames(view.knowledge)},
         {"keywords", view.knowledge.keywords},
         {"units", units(view)},
+        {"linux", nodeDriversJson(view.drivers)},
+        {"guidAssignment",
+         view.guidAssignment ? guidAssignmentJson(*view.guidAssignment) : json(nullptr)},
         {"advisories", advisories(view.advisories)},
         {"entries", entries(view.decoded.root, view.devices)}};
 }

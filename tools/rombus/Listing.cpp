@@ -1,5 +1,6 @@
 #include "Listing.h"
 
+#include "DriverLines.h"
 #include "Text.h"
 #include "UnitLines.h"
 #include "inspect/model/Model.h"
@@ -64,8 +65,11 @@ std::string lineOf(const NodeView& node) {
     static const lib1394::RomNode none;
     const lib1394::RomNode& bus = node.source ? *node.source : none;
     const decode::RomEntry* vendor = decode::firstWithKey(node.decoded.root, VendorKey);
-    const auto registry =
+    auto registry =
         vendor ? node.devices.property("IMMEDIATE", vendor->offset, "VendorName") : std::nullopt;
+    // A company id the IEEE keeps for longer assignments names the holder of the GUID's.
+    if (vendor && node.guidAssignment && vendor->value == node.guid() >> 40)
+        registry = node.guidAssignment->name;
     std::string line = format("%u:%02u  ", node.port, node.physicalId);
     line += (bus.label.empty() ? std::string("-") : escaped(bus.label, false)) + "  ";
     line += format("%016llx  ", static_cast<unsigned long long>(node.guid()));
@@ -76,9 +80,35 @@ std::string lineOf(const NodeView& node) {
     return line + "  " + unitsOf(node) + "  " + statusOf(node) + "\n";
 }
 
+// "\tUnit 0: Kernel driver in use: snd_dice; Kernel modules: snd_dice" per unit the kernel
+// makes a device of that has either.
+std::string driverLinesOf(const NodeView& node) {
+    std::string text;
+    size_t kernelIndex = 0;
+    for (size_t i = 0; i < node.decoded.units.size(); ++i) {
+        if (!node.decoded.units[i].kernelUnit)
+            continue;
+        const size_t index = kernelIndex++;
+        std::vector<std::string> parts;
+        if (node.source && index < node.source->unitDrivers.size() &&
+            !node.source->unitDrivers[index].empty())
+            parts.push_back("Kernel driver in use: " +
+                            escaped(node.source->unitDrivers[index], false));
+        const std::string modules =
+            i < node.drivers.units.size() ? matchingDrivers(node.drivers.units[i]) : "";
+        if (!modules.empty())
+            parts.push_back("Kernel modules: " + modules);
+        if (!parts.empty())
+            text += format("\tUnit %zu: ", i) + parts.front() +
+                    (parts.size() > 1 ? "; " + parts.back() : std::string()) + "\n";
+    }
+    return text;
+}
+
 } // namespace
 
-std::string listing(const Inspection& inspection, const std::string& emptyText) {
+std::string listing(const Inspection& inspection, const std::string& emptyText,
+                    bool kernelDrivers) {
     if (inspection.nodes.empty())
         return emptyText + "\n";
     std::string out;
@@ -86,6 +116,8 @@ std::string listing(const Inspection& inspection, const std::string& emptyText) 
     size_t ports = 0;
     for (const NodeView& node : inspection.nodes) {
         out += lineOf(node);
+        if (kernelDrivers)
+            out += driverLinesOf(node);
         ++byStatus[statusName(node.status())];
         ports = std::max<size_t>(ports, node.port + 1);
     }

@@ -8,7 +8,10 @@ namespace rombus {
 
 // One line per node, as lspci and lsusb list devices: port and node ("0:01"), where it came
 // from (fwN or the image file), GUID, vendor and model, the names of its units in brackets and
-// its status; then one line of totals. emptyText is printed when there is no node.
-std::string listing(const Inspection& inspection, const std::string& emptyText);
+// its status; then one line of totals. emptyText is printed when there is no node. With
+// kernelDrivers, as lspci -k, each unit's kernel driver in use and the drivers whose entries take
+// it follow its node's line.
+std::string listing(const Inspection& inspection, const std::string& emptyText,
+                    bool kernelDrivers = false);
 
 } // namespace rombus

@@ -95,6 +95,14 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
     app.add_flag("--short", options.brief,
                  "One line per node (port:node, source, GUID, vendor, model, units, status)\n"
                  "and a line of totals, as lspci and lsusb list devices; JSON is unchanged");
+    app.add_flag("-k", options.kernelDrivers,
+                 "With --short, each unit's kernel driver in use and the drivers whose\n"
+                 "entries take it, as lspci -k");
+    app.add_option("--modules-alias", options.modulesAlias,
+                   "The drivers' entries units are matched against: a kernel's modules.alias,\n"
+                   "or 'shipped' for the table shipped with the tool; default: the running\n"
+                   "kernel's, else the shipped table")
+        ->type_name("PATH");
     app.add_flag("--strict", options.strict,
                  "Exit with 1 also for records a named standard permits (a unit's own keys,\n"
                  "IEEE 1212-1994 keys, a minimal ROM) and for advisories (what the module does\n"

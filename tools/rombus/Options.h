@@ -44,6 +44,10 @@ struct Options {
     bool keepLinks = false;    // repair --in-place: write through other hard links
     bool layout = false;       // diff: also the blocks that moved
     std::string printed;       // what --help or --version asks to print
+    // The drivers' entries: a modules.alias, "shipped", or empty for the running kernel's.
+    std::string modulesAlias;
+    std::string kernelRelease;  // drivers table: the release the modules.alias belongs to
+    bool kernelDrivers = false; // --short: each unit's drivers, as lspci -k
 };
 
 // Parses the command line. Returns -1 when the command is to run, otherwise the status to exit

@@ -14,7 +14,10 @@ void addDiff(CLI::App& app, Options& options);
 void addRepair(CLI::App& app, Options& options);
 void addDescribe(CLI::App& app, Options& options);
 void addBuild(CLI::App& app, Options& options);
+void addDrivers(CLI::App& app, Options& options);
+void addHwdb(CLI::App& app, Options& options);
 
-constexpr RomCommand romCommands[] = {addDiff, addRepair, addDescribe, addBuild};
+constexpr RomCommand romCommands[] = {addDiff,  addRepair,  addDescribe,
+                                      addBuild, addDrivers, addHwdb};
 
 } // namespace rombus

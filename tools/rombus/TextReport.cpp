@@ -2,6 +2,7 @@
 
 #include "DecodedTree.h"
 #include "DeviceProperties.h"
+#include "DriverLines.h"
 #include "Dump.h"
 #include "Text.h"
 #include "UnitLines.h"
@@ -76,6 +77,12 @@ private:
                 out_ << wrap(line, indent, indent + 2 * Step);
         for (const UnitLine& line : unitLines(node))
             out_ << wrap(line.text, indent + line.depth * Step, indent + (line.depth + 2) * Step);
+        std::vector<std::string> kernelLines = quirkLines(node);
+        kernelLines.push_back(diceGuidLine(node));
+        kernelLines.push_back(guidAssignmentLine(node));
+        for (const std::string& line : kernelLines)
+            if (!line.empty())
+                out_ << wrap(line, indent, indent + 2 * Step);
     }
 
     // "at 18h" for an immediate entry, "at 24h -> 3Ch" for a leaf or directory: where the

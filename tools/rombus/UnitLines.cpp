@@ -1,5 +1,6 @@
 #include "UnitLines.h"
 
+#include "DriverLines.h"
 #include "Text.h"
 #include "inspect/model/Model.h"
 
@@ -83,6 +84,8 @@ std::vector<UnitLine> unitLines(const NodeView& node) {
         line += unit.kernelIndex ? kernelPart(unit, node.source.has_value())
                                  : "in an instance directory: no kernel unit device";
         lines.push_back({0, line});
+        for (UnitLine& driver : driverLines(node, i))
+            lines.push_back(std::move(driver));
         if (unit.sbp2 && !sbp2Line(*unit.sbp2).empty())
             lines.push_back({1, sbp2Line(*unit.sbp2)});
     }

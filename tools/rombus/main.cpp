@@ -1,6 +1,7 @@
 // rombus: reads the Configuration ROMs of IEEE 1394 nodes, from the machine's buses or from image
 // files, through the libRombus module, and prints the device tree and the problems found.
 #include "CommandIo.h"
+#include "Drivers.h"
 #include "JsonReport.h"
 #include "Listing.h"
 #include "Options.h"
@@ -54,7 +55,7 @@ int report(const Inspection& inspection, const Options& options, const std::stri
     if (options.dump && options.format == Format::Json)
         complain("--dump is not part of the JSON report; the entries are, under \"entries\"");
     const std::string text = options.format == Format::Json ? jsonText(jsonReport(inspection))
-                             : options.brief                ? listing(inspection, emptyText)
+                             : options.brief ? listing(inspection, emptyText, options.kernelDrivers)
                                              : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
@@ -63,18 +64,26 @@ int report(const Inspection& inspection, const Options& options, const std::stri
     return inspection.nodes.empty() ? ExitNoNode : ExitClean;
 }
 
-Settings settingsOf(const Options& options, const std::string& registry) {
+Settings settingsOf(const Options& options, const std::string& registry,
+                    std::shared_ptr<const DriverTable> drivers) {
     Settings settings;
     settings.registry = registry;
     settings.crcLevel = options.crcLevel;
     settings.logLevel = options.logLevel;
     settings.strict = options.strict;
+    settings.drivers = std::move(drivers);
+    const std::string assignments = longAssignmentsPath(registry);
+    std::error_code error;
+    if (fs::exists(assignments, error))
+        settings.assignments =
+            std::make_shared<const std::vector<LongAssignment>>(readLongAssignments({assignments}));
     return settings;
 }
 
 int runScan(const Options& options) {
     std::string registry;
-    if (!chooseRegistry(options, registry))
+    std::shared_ptr<const DriverTable> drivers;
+    if (!chooseRegistry(options, registry) || !chooseDrivers(options, drivers))
         return ExitUsage;
     std::error_code error;
     std::shared_ptr<lib1394::RomImageBus> bus;
@@ -96,7 +105,7 @@ int runScan(const Options& options) {
     } else {
         bus = std::make_shared<lib1394::SysfsBus>(options.sysfsRoot, options.byteOrder);
     }
-    const int status = report(inspect(bus, settingsOf(options, registry)), options,
+    const int status = report(inspect(bus, settingsOf(options, registry, drivers)), options,
                               "No FireWire devices under " + options.sysfsRoot +
                                   " (bus/firewire/devices lists no node).");
     if (options.saveRoms.empty())
@@ -110,7 +119,8 @@ int runScan(const Options& options) {
 
 int runCheck(const Options& options) {
     std::string registry;
-    if (!chooseRegistry(options, registry))
+    std::shared_ptr<const DriverTable> drivers;
+    if (!chooseRegistry(options, registry) || !chooseDrivers(options, drivers))
         return ExitUsage;
     std::vector<lib1394::ImageFile> images;
     bool inputError = false;
@@ -126,7 +136,7 @@ int runCheck(const Options& options) {
     if (images.empty())
         return ExitUsage;
     auto bus = std::make_shared<lib1394::ImageFileBus>(images);
-    const int status = report(inspect(bus, settingsOf(options, registry)), options, "");
+    const int status = report(inspect(bus, settingsOf(options, registry, drivers)), options, "");
     return inputError ? ExitUsage : status;
 }
 
@@ -146,7 +156,13 @@ int runImport(const Options& options) {
     const fs::path parent = fs::path(options.importTo).parent_path();
     if (!parent.empty())
         fs::create_directories(parent, fsError);
-    return writeFile(options.importTo, registry) ? ExitClean : ExitUsage;
+    // The MA-M, MA-S and IAB assignments go beside it, for the tool alone: the module's registry
+    // holds 24-bit company ids only.
+    const std::string longer = formatLongAssignments(readLongAssignments(longAssignmentSources()));
+    return writeFile(options.importTo, registry) &&
+                   writeFile(longAssignmentsPath(options.importTo), longer)
+               ? ExitClean
+               : ExitUsage;
 }
 
 } // namespace

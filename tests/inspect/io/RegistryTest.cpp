@@ -59,4 +59,44 @@ TEST(Registry, NamesAreCleanedAndFitTheLineTheModuleReads) {
     EXPECT_EQ(registry.find('\r'), std::string::npos);
 }
 
+// MA-M, MA-S and IAB lines as ieee-data's mam.csv, oui36.csv and iab.csv give them.
+TEST(LongAssignments, ReadByTheirLengthAndTheLongestHolderNamesAGuid) {
+    const std::string csv = "Registry,Assignment,Organization Name,Organization Address\n"
+                            "MA-M,741AE09,Private,\n"
+                            "MA-S,70B3D5F2F,TELEPLATFORMS,\"Polbina st., 3/1 Moscow RU\"\n"
+                            "IAB,0050C27D5,DEUTA-WERKE GmbH,x\n"
+                            "IAB,0050c27d5,Second name for the same block,x\n"
+                            "MA-L,0050C2,IEEE Registration Authority,x\n"
+                            "MA-S,0050C27D,Eight digits fit no registry,x\n";
+    const auto assignments = rombus::parseLongAssignments(csv);
+    ASSERT_EQ(assignments.size(), 3u);
+    EXPECT_EQ(assignments[0].bits, 28u);
+    EXPECT_EQ(assignments[0].prefix, 0x741AE09u);
+
+    const auto* deuta = rombus::holderOf(assignments, 0x0050C27D5ABCDEF0ull);
+    ASSERT_NE(deuta, nullptr);
+    EXPECT_EQ(deuta->name, "DEUTA-WERKE GmbH");
+    EXPECT_EQ(deuta->bits, 36u);
+    // One bit past the block is another holder's, or none.
+    EXPECT_EQ(rombus::holderOf(assignments, 0x0050C27D6ABCDEF0ull), nullptr);
+    EXPECT_EQ(rombus::holderOf(assignments, 0x741AE09000000001ull)->name, "Private");
+
+    // A longer assignment inside a shorter one: the longer names the GUID.
+    auto nested = assignments;
+    nested.push_back({0x741AE09FFull, 36, "Inner"});
+    EXPECT_EQ(rombus::holderOf(nested, 0x741AE09FF0000000ull)->name, "Inner");
+    EXPECT_EQ(rombus::holderOf(nested, 0x741AE09FE0000000ull)->name, "Private");
+
+    // The tool's own file reads back the same, quotes and commas kept.
+    const std::string own = rombus::formatLongAssignments(assignments);
+    EXPECT_EQ(own, "Registry,Assignment,Organization Name\n"
+                   "MA-M,741AE09,\"Private\"\n"
+                   "MA-S,0050C27D5,\"DEUTA-WERKE GmbH\"\n"
+                   "MA-S,70B3D5F2F,\"TELEPLATFORMS\"\n");
+    nested.push_back({0x123456789ull, 36, "A \"quoted\", name"});
+    const auto again = rombus::parseLongAssignments(rombus::formatLongAssignments(nested));
+    ASSERT_EQ(again.size(), 5u);
+    EXPECT_EQ(rombus::holderOf(again, 0x1234567890000000ull)->name, "A \"quoted\", name");
+}
+
 } // namespace
