@@ -42,6 +42,7 @@ struct Options {
     bool fixCrcLength = false; // repair: crc_length to cover the whole ROM
     std::string outputForm;    // repair, build: be, le or hex
     bool layout = false;       // diff: also the blocks that moved
+    std::string graph;         // topology: dot or svg instead of the report
     std::string printed;       // what --help or --version asks to print
 };
 

@@ -14,7 +14,8 @@ void addDiff(CLI::App& app, Options& options);
 void addRepair(CLI::App& app, Options& options);
 void addDescribe(CLI::App& app, Options& options);
 void addBuild(CLI::App& app, Options& options);
+void addTopology(CLI::App& app, Options& options);
 
-constexpr RomCommand romCommands[] = {addDiff, addRepair, addDescribe, addBuild};
+constexpr RomCommand romCommands[] = {addDiff, addRepair, addDescribe, addBuild, addTopology};
 
 } // namespace rombus
