@@ -45,7 +45,7 @@ std::string phyBox(const BusView& view, size_t bus, unsigned index) {
     if (!roles.empty())
         label += " (" + roles + ")";
     label += "\\n" + (phy.facts.deviceFile.empty()
-                          ? std::string(phy.self.linkActive ? "no device file" : "link off")
+                          ? fileless(view, phy)
                           : dotText(phy.facts.deviceFile) + "  " + hex(phy.facts.guid));
     for (const auto& name : {phy.vendor, phy.model})
         if (name)

@@ -22,10 +22,9 @@ std::string quoted(const std::optional<std::string>& name) {
 std::string treeLine(const BusView& view, unsigned index) {
     const BusPhy& phy = view.phys[index];
     std::string line = "PHY " + std::to_string(phy.self.phyId) + "  ";
-    if (!phy.facts.deviceFile.empty())
-        line += escaped(phy.facts.deviceFile, false) + "  " + hex(phy.facts.guid, 16);
-    else
-        line += phy.self.linkActive ? "no device file" : "link off";
+    line += phy.facts.deviceFile.empty()
+                ? fileless(view, phy)
+                : escaped(phy.facts.deviceFile, false) + "  " + hex(phy.facts.guid, 16);
     for (const auto& name : {phy.vendor, phy.model})
         if (name)
             line += "  " + quoted(name);
@@ -90,6 +89,12 @@ std::string headerOf(const BusView& view) {
 }
 
 } // namespace
+
+std::string fileless(const BusView& view, const BusPhy& phy) {
+    if (!phy.self.linkActive)
+        return "link off";
+    return view.capture.filesKnown ? "no device file" : "link on";
+}
 
 std::string speedWord(unsigned speed) {
     return phySpeedName(speed);

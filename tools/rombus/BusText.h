@@ -15,6 +15,10 @@ std::string busText(const BusView& view, size_t width);
 // A PHY's speed code as the report names it.
 std::string speedWord(unsigned speed);
 
+// What stands for a PHY without a device file: "link off", else "no device file" where the
+// files were listed, else "link on".
+std::string fileless(const BusView& view, const BusPhy& phy);
+
 // The roles of a PHY: "root", "IRM", "bus manager", "local", joined by ", ".
 std::string rolesOf(const BusView& view, unsigned index);
 

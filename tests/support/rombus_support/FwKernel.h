@@ -101,6 +101,8 @@ public:
     void setPhyIds(unsigned card, unsigned phyId, uint32_t vendor, uint32_t product) {
         phyIds_[{card, phyId}] = {vendor, product};
     }
+    // The PHY packet (counted from 1) that comes with a bus reset, before it is sent.
+    size_t resetAtPhyPacket = 0;
     // Every PHY packet the cards sent.
     const std::vector<fw_cdev_send_phy_packet>& phyPackets() const { return phyPackets_; }
 
@@ -187,6 +189,10 @@ private:
                 return ENOSYS;
             kernel_.elapsed_ += RequestTime;
             kernel_.phyPackets_.push_back(packet);
+            if (kernel_.phyPackets_.size() == kernel_.resetAtPhyPacket) {
+                ++kernel_.generations_[node_->card];
+                kernel_.announceReset(node_->card);
+            }
             const bool current = packet.generation == kernel_.generations_[node_->card];
             events_.push_back(phyEvent(FW_CDEV_EVENT_PHY_PACKET_SENT, packet.closure,
                                        current ? RCODE_COMPLETE : RCODE_GENERATION, {}));
