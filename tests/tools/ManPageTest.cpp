@@ -35,7 +35,7 @@ std::string pageText() {
 }
 
 const char* const Commands[] = {"",     "scan",   "check",    "registry import",
-                                "diff", "repair", "describe", "build"};
+                                "diff", "repair", "describe", "build", "topology"};
 
 // Every option the help of the tool or of one of its commands names.
 std::set<std::string> helpOptions(const std::string& command) {
@@ -114,6 +114,7 @@ TEST(Completion, OffersEveryOptionOfEachCommandsHelpAndTheValuesOfTheChoices) {
     EXPECT_EQ(completions("--format "), (std::set<std::string>{"text", "json"}));
     EXPECT_EQ(completions("scan --color a"), (std::set<std::string>{"auto", "always"}));
     EXPECT_EQ(completions("check --crc-level "), (std::set<std::string>{"0", "1", "2"}));
+    EXPECT_EQ(completions("topology --graph "), (std::set<std::string>{"dot", "svg"}));
 }
 
 } // namespace
