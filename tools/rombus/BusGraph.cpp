@@ -84,7 +84,8 @@ bool writeAll(int fd, const std::string& text) {
 } // namespace
 
 std::string busDot(const std::vector<BusView>& views) {
-    std::string out = "graph firewire {\n    node [shape=box, fontname=\"Helvetica\"];\n"
+    std::string out = "graph firewire {\n    graph [fontname=\"Helvetica\"];\n"
+                      "    node [shape=box, fontname=\"Helvetica\"];\n"
                       "    edge [fontname=\"Helvetica\", fontsize=10];\n";
     for (size_t bus = 0; bus < views.size(); ++bus) {
         const BusView& view = views[bus];

@@ -36,11 +36,12 @@ std::string treeLine(const BusView& view, unsigned index) {
     return line + (roles.empty() ? "" : "  [" + roles + "]");
 }
 
-void subtree(const BusView& view, unsigned index, size_t depth, std::string& out) {
+// The PHYs below one, each line indented by its depth and wrapped below its own text.
+void subtree(const BusView& view, unsigned index, size_t depth, size_t width, std::string& out) {
     for (const auto& [port, child] : view.phys[index].children) {
-        const std::string indent(4 * depth, ' ');
-        out += indent + "|__ Port " + std::to_string(port) + ": " + treeLine(view, child) + "\n";
-        subtree(view, child, depth + 1, out);
+        out += wrapped("|__ Port " + std::to_string(port) + ": " + treeLine(view, child), 4 * depth,
+                       4 * depth + 4, width);
+        subtree(view, child, depth + 1, width, out);
     }
 }
 
@@ -118,8 +119,8 @@ std::string busText(const BusView& view, size_t width) {
     // The tree hangs from the PHY that sent its self-ID last, the one without a parent.
     if (view.treeOk()) {
         const unsigned top = static_cast<unsigned>(view.phys.size() - 1);
-        out += "/:  " + treeLine(view, top) + "\n";
-        subtree(view, top, 1, out);
+        out += wrapped("/:  " + treeLine(view, top), 0, 4, width);
+        subtree(view, top, 1, width, out);
     }
     if (!view.phys.empty())
         out += "PHYs:\n";
