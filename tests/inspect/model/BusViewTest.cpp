@@ -63,6 +63,12 @@ TEST(BusView, SixteenPortStarAndLargestBus) {
     EXPECT_EQ(view.phys[16].children[15], (std::pair<unsigned, unsigned>{15, 15}));
     EXPECT_EQ(view.maxHops, 2u);
     EXPECT_EQ(view.phys[15].hops, 2u);
+    // A lone PHY: no hops, and 63 is its table's gap count.
+    const BusView lone = buildBusView(captureOf(selfIdsOf(Shape()), 0), "");
+    ASSERT_TRUE(lone.treeOk()) << lone.treeTrouble;
+    EXPECT_EQ(lone.maxHops, 0u);
+    EXPECT_EQ(lone.phys[0].hops, 0u);
+    EXPECT_TRUE(lone.health.empty());
     // A chain of 63 PHYs: the most a bus holds, 62 hops from end to end.
     const BusView longest = buildBusView(captureOf(selfIdsOf(chain(63)), 62), "");
     ASSERT_TRUE(longest.treeOk()) << longest.treeTrouble;

@@ -95,6 +95,11 @@ TEST(BusHealth, TheMapItself) {
     EXPECT_EQ(checksOf(counted), (Checks{"topology-crc", "node-count"}));
     counted.topology[2] = 64u << 16 | 3;
     EXPECT_EQ(checksOf(counted), (Checks{"topology-crc", "too-many-nodes"}));
+    // PHY 1's packet where PHY 0's was due: the self-IDs came out of sequence.
+    lib1394::BusCapture swapped = captureOf(withGap(selfIdsOf(chain(3)), 7));
+    std::swap(swapped.topology[3], swapped.topology[4]);
+    EXPECT_EQ(checksOf(swapped),
+              (Checks{"topology-crc", "self-id-sequence", "self-id-sequence", "tree"}));
     lib1394::BusCapture loop = captureOf(withGap(selfIdsOf(chain(3)), 7));
     loop.topology[3] |= 3u << 4; // PHY 0's port 1 a child too
     EXPECT_EQ(checksOf(loop), (Checks{"topology-crc", "tree"}));
