@@ -2,6 +2,8 @@
 #include "BusGraph.h"
 #include "BusJson.h"
 #include "BusText.h"
+#include "JsonReport.h"
+#include "ReportSchema.h"
 #include "inspect/io/BusFile.h"
 #include "lib1394/LiveBus.h"
 #include "lib1394/PhyRegisters.h"
@@ -110,6 +112,8 @@ TEST(Topology, JsonAndDotCarryTheSameBus) {
     Rig rig;
     const std::vector<BusView> views = {rig.read()};
     const nlohmann::ordered_json json = busJson(views);
+    rombus_test::expectValidReport(rig.folder.write("bus.json", jsonText(json)),
+                                   "rombus-bus.schema.json");
     const auto& bus = json["buses"][0];
     EXPECT_EQ(bus["root"], 3);
     EXPECT_EQ(bus["local"], 3);
@@ -195,6 +199,8 @@ TEST_F(TopologyTool, SavedBusesReadBackWithTheirExitStatus) {
     EXPECT_THAT(healthy.out, HasSubstr("Health: no problem found"));
     const Outcome mismatch = rombus("--format json topology " + savedBus(63));
     EXPECT_EQ(mismatch.status, 0) << "a larger gap count is a notice only";
+    rombus_test::expectValidReport(folder_.write("bus.json", mismatch.out),
+                                   "rombus-bus.schema.json");
     EXPECT_EQ(nlohmann::json::parse(mismatch.out)["buses"][0]["health"][0]["check"],
               "gap-count-large");
     const Outcome dot = rombus("topology --graph dot " + savedBus(7));
