@@ -1,6 +1,10 @@
 #include "inspect/io/BusFile.h"
+#include "rombus_support/TestFolder.h"
 
 #include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
 
 namespace rombus {
 namespace {
@@ -74,6 +78,25 @@ TEST(BusFile, MalformedFilesNameTheLine) {
     for (size_t i = 0; i <= 256 / 8; ++i)
         bigRom += "phy 2 rom 0 0 0 0 0 0 0 0\n";
     EXPECT_NE(errorOf(bigRom).find("more than 256 quadlets"), std::string::npos);
+}
+
+TEST(BusFile, SavedAsCardFilesKeptUnlessOverwritten) {
+    const rombus_test::TestFolder folder;
+    const lib1394::BusCapture saved = sampleCapture();
+    EXPECT_TRUE(saveBusFiles({saved}, folder.path().string(), false).empty());
+    const std::filesystem::path file = folder.path() / "card1.bus";
+    std::ostringstream content;
+    content << std::ifstream(file).rdbuf();
+    EXPECT_EQ(content.str(), formatBusFile(saved));
+    // The same bytes again are no problem; other bytes are kept and said so.
+    EXPECT_TRUE(saveBusFiles({saved}, folder.path().string(), false).empty());
+    lib1394::BusCapture later = saved;
+    later.generation = 0x1B;
+    const std::vector<std::string> kept = saveBusFiles({later}, folder.path().string(), false);
+    ASSERT_EQ(kept.size(), 1u);
+    EXPECT_NE(kept[0].find(file.string() + ": "), std::string::npos);
+    EXPECT_NE(kept[0].find("--overwrite"), std::string::npos);
+    EXPECT_TRUE(saveBusFiles({later}, folder.path().string(), true).empty());
 }
 
 } // namespace
