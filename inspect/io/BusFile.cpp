@@ -89,10 +89,12 @@ std::string LineReader::take(const std::vector<std::string>& words) {
             capture_.name += (i > 1 ? " " : "") + words[i];
         return "";
     }
-    if (key == "generation")
-        return words.size() == 2 && hexWord(words[1], 8, value)
-                   ? (capture_.generation = static_cast<uint32_t>(value), "")
-                   : "'generation' takes one number of at most 8 hex digits";
+    if (key == "generation") {
+        if (words.size() != 2 || !hexWord(words[1], 8, value))
+            return "'generation' takes one number of at most 8 hex digits";
+        capture_.generation = static_cast<uint32_t>(value);
+        return "";
+    }
     if (key == "nodes")
         return takeNodes(words);
     if (key == "files") {

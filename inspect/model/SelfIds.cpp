@@ -47,7 +47,7 @@ PortState portAt(uint32_t packet, unsigned shift) {
     return static_cast<PortState>(packet >> shift & 3);
 }
 
-PhySelfId firstPacket(uint32_t packet, unsigned quadlet) {
+PhySelfId firstPacket(uint32_t packet) {
     PhySelfId phy;
     phy.phyId = packet >> 24 & 0x3F;
     phy.linkActive = (packet & LinkActiveBit) != 0;
@@ -58,7 +58,6 @@ PhySelfId firstPacket(uint32_t packet, unsigned quadlet) {
     phy.initiatedReset = (packet & InitiatedResetBit) != 0;
     for (unsigned shift : {6u, 4u, 2u})
         phy.ports.push_back(portAt(packet, shift));
-    phy.firstQuadlet = quadlet;
     return phy;
 }
 
@@ -103,7 +102,7 @@ bool PacketReader::takeFirst(uint32_t packet, unsigned quadlet) {
         map_.faults.push_back("PHY " + std::to_string(map_.phys.back().phyId) +
                               " announces another self-ID packet, but " + at(quadlet) +
                               " begins the next PHY");
-    PhySelfId phy = firstPacket(packet, quadlet);
+    PhySelfId phy = firstPacket(packet);
     if (phy.phyId != map_.phys.size())
         map_.faults.push_back("self-ID packets out of sequence: " + at(quadlet) + " is PHY " +
                               std::to_string(phy.phyId) + "'s, where PHY " +

@@ -25,8 +25,6 @@ struct PhySelfId {
     bool initiatedReset = false;
     // Ports 0 to 2 from packet 0, then 8 for every extended packet: up to 27.
     std::vector<PortState> ports;
-    // The packet's position in the map (quadlet index), for the faults that name it.
-    unsigned firstQuadlet = 0;
 };
 
 // A topology map as read from a node (FFFFF0001000h): the header checked as a ROM's blocks are,
