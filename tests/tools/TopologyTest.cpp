@@ -155,6 +155,21 @@ TEST(Topology, BusResetWhilePhysAreAskedEndsTheAsking) {
     }
 }
 
+TEST(Topology, DeepTreesStayWithinTheWidth) {
+    lib1394::BusCapture capture;
+    capture.name = "card 0";
+    capture.topology = encodeTopologyMap(1, rombus_test::selfIdsOf(rombus_test::chain(63)));
+    capture.localNodeId = 0xFFC0;
+    const std::string text = busText(buildBusView(capture, ""), 60);
+    std::istringstream lines(text);
+    size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        EXPECT_LE(line.size(), 60u) << line;
+    // Past five levels a line keeps the fifth's indent and names its level.
+    EXPECT_THAT(text, HasSubstr("\n                    (level 62) |__ Port 0: PHY 0  link on"));
+    EXPECT_LT(count, 63u * 6); // two lines in the tree, three in the list, at most
+}
+
 class TopologyTool : public ::testing::Test {
 protected:
     struct Outcome {

@@ -3,6 +3,7 @@
 #include "Text.h"
 #include "inspect/verdicts/BusHealth.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace rombus {
@@ -36,11 +37,19 @@ std::string treeLine(const BusView& view, unsigned index) {
     return line + (roles.empty() ? "" : "  [" + roles + "]");
 }
 
-// The PHYs below one, each line indented by its depth and wrapped below its own text.
+// Columns a tree line keeps for its text however deep it stands.
+constexpr size_t TextColumns = 40;
+
+// The PHYs below one, each line indented by its depth and wrapped below its own text. A line
+// deeper than the width leaves room for stays at the deepest indent and names its level, so that
+// a chain of 63 PHYs still fits.
 void subtree(const BusView& view, unsigned index, size_t depth, size_t width, std::string& out) {
+    const size_t deepest = width > TextColumns ? (width - TextColumns) / 4 : 0;
+    const size_t indent = 4 * std::min(depth, deepest);
+    const std::string level = depth > deepest ? "(level " + std::to_string(depth) + ") " : "";
     for (const auto& [port, child] : view.phys[index].children) {
-        out += wrapped("|__ Port " + std::to_string(port) + ": " + treeLine(view, child), 4 * depth,
-                       4 * depth + 4, width);
+        out += wrapped(level + "|__ Port " + std::to_string(port) + ": " + treeLine(view, child),
+                       indent, indent + 4, width);
         subtree(view, child, depth + 1, width, out);
     }
 }
