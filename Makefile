@@ -25,9 +25,11 @@ test:
 run: build
 	@$(BUILD)/bin/rombus scan --sysfs examples/sysfs; status=$$?; [ $$status -le 1 ]
 
-# Writes the sample tree anew from tools/make-sample.
+# Writes the sample tree and bus anew from tools/make-sample, and the bus's picture in doc/.
 sample: build
 	@rm -rf examples/sysfs && $(BUILD)/bin/make-sample examples/sysfs
+	@mkdir -p examples/bus && $(BUILD)/bin/make-sample-bus examples/bus/card0.bus
+	@$(BUILD)/bin/rombus topology --graph svg examples/bus/card0.bus > doc/sample-bus.svg; [ $$? -le 1 ]
 
 # Installs under PREFIX (/usr/local), below DESTDIR when it is set: make install DESTDIR=/tmp/r
 install: build

@@ -76,10 +76,13 @@ install(FILES ${CMAKE_BINARY_DIR}/doc/rombus.1.gz DESTINATION ${CMAKE_INSTALL_MA
     COMPONENT tool)
 install(FILES doc/rombus.bash-completion DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME rombus COMPONENT tool)
-# The schema lies beside the registry in the build tree too, where `rombus --help` names it.
+# The schemas lie beside the registry in the build tree too, where `rombus --help` names it.
 configure_file(doc/rombus-report.schema.json ${CMAKE_BINARY_DIR}/share/rombus/rombus-report.schema.json
     COPYONLY)
 install(FILES doc/rombus-report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
+configure_file(doc/rombus-bus.schema.json ${CMAKE_BINARY_DIR}/share/rombus/rombus-bus.schema.json
+    COPYONLY)
+install(FILES doc/rombus-bus.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
 if(TARGET rombus_registry)
     install(FILES ${ROMBUS_REGISTRY} ${ROMBUS_ASSIGNMENTS} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus
         COMPONENT tool)

@@ -51,5 +51,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/bin)
 if(NOT TARGET rombus_registry)
     set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS ieee-data)
 endif()
+# 'rombus topology --graph svg' runs Graphviz's dot; nothing else needs it, and nothing links it.
+set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS graphviz)
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -2,6 +2,8 @@
 // the image-file forms of them, and small registries. Run by `make fuzz-corpus`; the files it
 // writes are kept in the repository under fuzz/corpus/<target>/.
 #include "FuzzInput.h"
+#include "inspect/io/BusFile.h"
+#include "rombus_support/BusShapes.h"
 #include "rombus_support/TypicalRom.h"
 
 #include <cstdint>
@@ -382,6 +384,33 @@ void descriptionSeeds() {
     };
     for (const auto& [name, text] : descriptions)
         writeText("lifecycle", name, std::string("\x01") + text);
+// The self-ID target's seeds: maps of a chain, a 16-port star and a 63-PHY bus, a map whose
+// length runs past its end, one with a loop in its port states, and a saved bus file.
+void selfIdSeeds() {
+    using rombus_test::selfIdsOf;
+    const auto map = [](const std::vector<rombus::PhySelfId>& phys, uint8_t local) {
+        Bytes bytes = {local};
+        for (uint32_t quadlet : rombus::encodeTopologyMap(1, phys))
+            for (int shift = 24; shift >= 0; shift -= 8)
+                bytes.push_back(static_cast<uint8_t>(quadlet >> shift));
+        return bytes;
+    };
+    writeBytes(root / "selfid" / "chain", "", map(selfIdsOf(rombus_test::chain(4)), 3));
+    writeBytes(root / "selfid" / "star16", "", map(selfIdsOf(rombus_test::star(16)), 0));
+    writeBytes(root / "selfid" / "chain63", "", map(selfIdsOf(rombus_test::chain(63)), 62));
+    Bytes past = map(selfIdsOf(rombus_test::chain(2)), 0);
+    past[1] = 0xFF;
+    writeBytes(root / "selfid" / "length-past-end", "", past);
+    std::vector<rombus::PhySelfId> loop = selfIdsOf(rombus_test::chain(3));
+    loop[0].ports[1] = rombus::PortState::Child;
+    writeBytes(root / "selfid" / "loop", "", map(loop, 2));
+    lib1394::BusCapture capture;
+    capture.name = "card 0";
+    capture.topology = rombus::encodeTopologyMap(3, selfIdsOf(rombus_test::star(3)));
+    capture.phys[3].deviceFile = "/dev/fw0";
+    capture.phys[3].rom = rombus_bench::typicalRom();
+    capture.phys[1].identity = {true, true, 0x08002A, 0x412345, ""};
+    writeBytes(root / "selfid" / "bus-file", "\x01", bytesOf(rombus::formatBusFile(capture)));
 }
 
 int main(int argc, char** argv) {
@@ -395,5 +424,6 @@ int main(int argc, char** argv) {
     registrySeeds();
     liveSeeds();
     descriptionSeeds();
+    selfIdSeeds();
     return 0;
 }

@@ -28,6 +28,14 @@ int SystemFwDevice::sendRequest(const fw_cdev_send_request& request) {
     return ::ioctl(fd_, FW_CDEV_IOC_SEND_REQUEST, &request) < 0 ? errno : 0;
 }
 
+int SystemFwDevice::sendPhyPacket(fw_cdev_send_phy_packet& packet) {
+    return ::ioctl(fd_, FW_CDEV_IOC_SEND_PHY_PACKET, &packet) < 0 ? errno : 0;
+}
+
+int SystemFwDevice::receivePhyPackets(fw_cdev_receive_phy_packets& request) {
+    return ::ioctl(fd_, FW_CDEV_IOC_RECEIVE_PHY_PACKETS, &request) < 0 ? errno : 0;
+}
+
 int SystemFwDevice::readEvent(void* buffer, size_t& size, std::chrono::milliseconds timeout) {
     pollfd ready{fd_, POLLIN, 0};
     const int polled = ::poll(&ready, 1, static_cast<int>(timeout.count()));

@@ -4,6 +4,7 @@
 
 #include <linux/firewire-cdev.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -28,6 +29,18 @@ public:
     // Waits up to timeout for the next event (a response or a bus reset) and reads it into the
     // buffer; size comes in as the buffer's bytes and goes out as the event's, 0 when none came.
     virtual int readEvent(void* buffer, size_t& size, std::chrono::milliseconds timeout) = 0;
+    // FW_CDEV_IOC_SEND_PHY_PACKET (ABI 4 on; the local node's file only): a PHY packet, its
+    // quadlet and the quadlet's complement, told sent by an FW_CDEV_EVENT_PHY_PACKET_SENT event.
+    virtual int sendPhyPacket(fw_cdev_send_phy_packet& packet) {
+        (void)packet;
+        return ENOTTY;
+    }
+    // FW_CDEV_IOC_RECEIVE_PHY_PACKETS (ABI 4 on; the local node's file only): from then on the
+    // PHY packets the card receives come as FW_CDEV_EVENT_PHY_PACKET_RECEIVED events.
+    virtual int receivePhyPackets(fw_cdev_receive_phy_packets& request) {
+        (void)request;
+        return ENOTTY;
+    }
 };
 
 // The device file of the running machine, through open, ioctl, poll and read.
@@ -42,6 +55,8 @@ public:
     int getInfo(fw_cdev_get_info& info) override;
     int sendRequest(const fw_cdev_send_request& request) override;
     int readEvent(void* buffer, size_t& size, std::chrono::milliseconds timeout) override;
+    int sendPhyPacket(fw_cdev_send_phy_packet& packet) override;
+    int receivePhyPackets(fw_cdev_receive_phy_packets& request) override;
 
 private:
     int fd_ = -1;

@@ -3,6 +3,7 @@
 #include "lib1394/LiveNode.h"
 #include "lib1394/LiveRom.h"
 #include "lib1394/NodeNames.h"
+#include "lib1394/PhyRegisters.h"
 #include "lib1394/SysfsBus.h"
 #include "lib1394/TopologyMap.h"
 
@@ -41,7 +42,9 @@ struct CardView {
     fw_cdev_event_bus_reset state{};
     std::string localPath;
     std::optional<TopologyMap> topology;
+    std::vector<uint32_t> topologyQuadlets;
     std::string topologyTrouble = "no device file of the local node could be read";
+    std::map<unsigned, PhyIdentity> identities;
 };
 
 // The device files fwN of a folder, in the order of their numbers.
@@ -74,13 +77,15 @@ std::string nodeName(uint32_t nodeId) {
     return phyId == NoPhysicalId ? "none yet" : "node " + std::to_string(phyId);
 }
 
-// The local node's topology map, or why it could not be read.
-std::optional<TopologyMap> readTopology(LiveNode& live, std::string& trouble) {
-    std::vector<uint32_t> quadlets;
+// The local node's topology map, or why it could not be read; its quadlets as read go to
+// quadlets.
+std::optional<TopologyMap> readTopology(LiveNode& live, std::vector<uint32_t>& quadlets,
+                                        std::string& trouble) {
     for (size_t i = 0, count = 1; i < count; ++i) {
         uint32_t value = 0;
         const Answer answer = live.read(TopologyMapAddress + 4 * i, value);
         if (answer != Answer::Complete) {
+            quadlets.clear();
             trouble = "quadlet " + std::to_string(i) + " of the local node's topology map: " +
                       (answer == Answer::TimeUp   ? "the time for the node was spent"
                        : answer == Answer::Reset  ? std::string("a bus reset came")
@@ -96,6 +101,29 @@ std::optional<TopologyMap> readTopology(LiveNode& live, std::string& trouble) {
     if (!map)
         trouble = "the topology map holds fewer self-ID packets than it counts";
     return map;
+}
+
+// A card's bus as captured: the state, the topology map, and per PHY its file, ROM and ids.
+BusCapture captureOf(unsigned card, const CardView& view, const std::vector<LiveFile>& files) {
+    BusCapture capture;
+    capture.name = "card " + std::to_string(card);
+    capture.generation = view.state.generation;
+    capture.localNodeId = view.state.local_node_id;
+    capture.rootNodeId = view.state.root_node_id;
+    capture.irmNodeId = view.state.irm_node_id;
+    capture.bmNodeId = view.state.bm_node_id;
+    capture.topology = view.topologyQuadlets;
+    capture.topologyTrouble = view.topologyQuadlets.empty() ? view.topologyTrouble : "";
+    capture.filesKnown = true;
+    for (const LiveFile& file : files) {
+        PhyFacts& phy = capture.phys[file.phyId()];
+        phy.deviceFile = file.node.label;
+        phy.guid = file.node.guid;
+        phy.rom = file.node.rom.empty() ? file.node.kernelRom : file.node.rom;
+    }
+    for (const auto& [phyId, identity] : view.identities)
+        capture.phys[phyId].identity = identity;
+    return capture;
 }
 
 RomPort portOf(const std::string& text, std::vector<LiveFile>& files) {
@@ -127,6 +155,7 @@ public:
 private:
     LiveFile readFile(const std::string& path);
     void readNode(LiveNode& live, const std::string& path, LiveFile& file);
+    void askPhys(FwDevice& device, LiveNode& live, CardView& card);
     void tellCard(unsigned card, const CardView& view, const std::vector<LiveFile>& files,
                   LiveView& bus) const;
 
@@ -154,6 +183,7 @@ LiveView BusReader::read() {
         });
         tellCard(card, cards_[card], files, view);
         dropPastTheLast(card, files, view);
+        view.buses.push_back(captureOf(card, cards_[card], files));
         view.ports.push_back(portOf("card " + std::to_string(card), files));
     }
     for (LiveFile& file : unknown) {
@@ -183,6 +213,8 @@ LiveFile BusReader::readFile(const std::string& path) {
     file.known = true;
     file.card = live.card();
     readNode(live, path, file);
+    if (file.node.local && cards_[file.card].topology)
+        askPhys(*device, live, cards_[file.card]);
     file.state = live.state();
     CardView& card = cards_[file.card];
     if (!card.seen || file.state.generation >= card.state.generation)
@@ -207,7 +239,16 @@ void BusReader::readNode(LiveNode& live, const std::string& path, LiveFile& file
         return;
     CardView& card = cards_[live.card()];
     card.localPath = path;
-    card.topology = readTopology(live, card.topologyTrouble);
+    card.topology = readTopology(live, card.topologyQuadlets, card.topologyTrouble);
+}
+
+// Every PHY of the local node's topology map, asked for its ids through PHY packets.
+void BusReader::askPhys(FwDevice& device, LiveNode& live, CardView& card) {
+    std::vector<unsigned> phyIds;
+    for (const SelfId& node : card.topology->nodes)
+        phyIds.push_back(node.phyId);
+    PhyRegisters registers(device, clock_, live.state().generation, live.kernelAbi(), deadline_);
+    card.identities = registers.read(phyIds);
 }
 
 void BusReader::tellCard(unsigned card, const CardView& view, const std::vector<LiveFile>& files,
@@ -258,7 +299,7 @@ LiveBus::LiveBus(const LiveSetup& setup) : LiveBus(read(setup)) {}
 
 LiveBus::LiveBus(LiveView view)
     : RomImageBus(std::move(view.ports), std::move(view.notes), view.skipped),
-      deviceFiles_(view.deviceFiles) {}
+      deviceFiles_(view.deviceFiles), buses_(std::move(view.buses)) {}
 
 LiveView LiveBus::read(const LiveSetup& setup) {
     return BusReader(setup).read();

@@ -2,6 +2,7 @@
 
 #include "zul/Api.h"
 
+#include "lib1394/BusCapture.h"
 #include "lib1394/FwDevice.h"
 #include "lib1394/RomImageBus.h"
 
@@ -59,6 +60,8 @@ struct LiveView {
     std::vector<std::string> notes;
     size_t skipped = 0; // nodes noted and not read
     size_t deviceFiles = 0;
+    // Each card's bus: its topology map, the kernel's node ids and what is known of each PHY.
+    std::vector<BusCapture> buses;
 };
 
 // The FireWire buses read live through the kernel's device files fwN of a folder (normally
@@ -69,12 +72,15 @@ struct LiveView {
 // file that cannot be opened or asked makes a node that is not accessible, on a port of its own
 // after the cards', named by the file (its card and node are unknown). The notes tell each card's
 // state after its last bus reset, the nodes of its topology map with their speeds, and the nodes
-// that have no device file. The bus is read once, when it is made.
+// that have no device file; the buses() keep each card's topology map and, read through PHY
+// packets from the local node's file, every PHY's vendor identification. The bus is read once,
+// when it is made.
 class ROMBUS_API LiveBus : public RomImageBus {
 public:
     explicit LiveBus(const LiveSetup& setup = LiveSetup());
 
     size_t deviceFiles() const { return deviceFiles_; }
+    const std::vector<BusCapture>& buses() const { return buses_; }
 
     static LiveView read(const LiveSetup& setup);
 
@@ -82,6 +88,7 @@ private:
     explicit LiveBus(LiveView view);
 
     size_t deviceFiles_;
+    std::vector<BusCapture> buses_;
 };
 
 } // namespace lib1394

@@ -81,6 +81,7 @@ int LiveNode::askKernel(std::vector<uint8_t>* rom) {
         return error_ = error;
     state_ = state;
     card_ = info.card;
+    kernelAbi_ = info.version;
     resetSeen_ = false;
     if (rom) {
         // The kernel keeps the quadlets as numbers in the host's order; the bus sends them most

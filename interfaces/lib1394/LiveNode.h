@@ -41,6 +41,8 @@ public:
 
     const fw_cdev_event_bus_reset& state() const { return state_; }
     unsigned card() const { return card_; }
+    // The version of the kernel's ABI, as GET_INFO answered it.
+    uint32_t kernelAbi() const { return kernelAbi_; }
     // What the last read that did not complete met, in words ("busy", "address error",
     // "no response within 1000 ms"), and the errno of the last failure.
     const std::string& trouble() const { return trouble_; }
@@ -60,6 +62,7 @@ private:
     Time deadline_;
     fw_cdev_event_bus_reset state_{};
     unsigned card_ = 0;
+    uint32_t kernelAbi_ = 0;
     uint64_t closure_ = 0;
     bool resetSeen_ = false;
     std::string trouble_;

@@ -34,8 +34,9 @@ std::string pageText() {
     return std::regex_replace(text, std::regex(R"(\\-)"), "-");
 }
 
-const char* const Commands[] = {"",         "scan",  "check", "registry import", "diff", "repair",
-                                "describe", "build", "hwdb",  "drivers table"};
+const char* const Commands[] = {"",         "scan",  "check", "registry import", "diff",
+                                "repair",   "describe", "build", "hwdb", "drivers table",
+                                "topology"};
 
 // Every option the help of the tool or of one of its commands names.
 std::set<std::string> helpOptions(const std::string& command) {
@@ -114,6 +115,7 @@ TEST(Completion, OffersEveryOptionOfEachCommandsHelpAndTheValuesOfTheChoices) {
     EXPECT_EQ(completions("--format "), (std::set<std::string>{"text", "json"}));
     EXPECT_EQ(completions("scan --color a"), (std::set<std::string>{"auto", "always"}));
     EXPECT_EQ(completions("check --crc-level "), (std::set<std::string>{"0", "1", "2"}));
+    EXPECT_EQ(completions("topology --graph "), (std::set<std::string>{"dot", "svg"}));
 }
 
 } // namespace

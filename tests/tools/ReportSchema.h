@@ -10,11 +10,11 @@
 
 namespace rombus_test {
 
-inline void expectValidReport(const std::filesystem::path& report) {
+inline void expectValidReport(const std::filesystem::path& report,
+                              const std::string& schema = "rombus-report.schema.json") {
     const std::string command = "/usr/bin/python3 '" ROMBUS_SOURCE_DIR
-                                "/tests/tools/validate-report' '" ROMBUS_SOURCE_DIR
-                                "/doc/rombus-report.schema.json' '" +
-                                report.string() + "' 2>&1";
+                                "/tests/tools/validate-report' '" ROMBUS_SOURCE_DIR "/doc/" +
+                                schema + "' '" + report.string() + "' 2>&1";
     FILE* pipe = popen(command.c_str(), "r");
     ASSERT_NE(pipe, nullptr);
     std::string errors;

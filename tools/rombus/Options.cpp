@@ -45,7 +45,8 @@ const char* const scanFooter =
     "--live reads each node's ROM from the device itself through DIR/fw* (--dev, /dev by\n"
     "default), quadlet by quadlet as the kernel does, up to 256 quadlets, the kernel's\n"
     "copy kept beside it; it needs root or the group owning the files. No fw* file\n"
-    "there is a usage error.\n";
+    "there is a usage error. With --live, --save-roms also saves each card's bus as\n"
+    "FOLDER/cardN.bus for 'rombus topology' to read back.\n";
 
 const char* const checkFooter =
     "Reads ROM image files, each one node, 63 to a port, in the order given; '-' reads\n"

@@ -43,6 +43,7 @@ struct Options {
     std::string outputForm;    // repair, build: be, le or hex; empty: be, or the input's own
     bool keepLinks = false;    // repair --in-place: write through other hard links
     bool layout = false;       // diff: also the blocks that moved
+    std::string graph;         // topology: dot or svg instead of the report
     std::string printed;       // what --help or --version asks to print
     // The drivers' entries: a modules.alias, "shipped", or empty for the running kernel's.
     std::string modulesAlias;

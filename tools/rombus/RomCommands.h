@@ -16,8 +16,9 @@ void addDescribe(CLI::App& app, Options& options);
 void addBuild(CLI::App& app, Options& options);
 void addDrivers(CLI::App& app, Options& options);
 void addHwdb(CLI::App& app, Options& options);
+void addTopology(CLI::App& app, Options& options);
 
-constexpr RomCommand romCommands[] = {addDiff,  addRepair,  addDescribe,
-                                      addBuild, addDrivers, addHwdb};
+constexpr RomCommand romCommands[] = {addDiff,    addRepair, addDescribe, addBuild,
+                                      addDrivers, addHwdb,   addTopology};
 
 } // namespace rombus

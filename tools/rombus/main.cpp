@@ -8,6 +8,7 @@
 #include "Terminal.h"
 #include "Text.h"
 #include "TextReport.h"
+#include "inspect/io/BusFile.h"
 #include "inspect/io/Capture.h"
 #include "inspect/io/Registry.h"
 #include "inspect/model/Inspection.h"
@@ -87,6 +88,7 @@ int runScan(const Options& options) {
         return ExitUsage;
     std::error_code error;
     std::shared_ptr<lib1394::RomImageBus> bus;
+    std::vector<lib1394::BusCapture> buses;
     if (options.live) {
         lib1394::LiveSetup setup;
         setup.folder = options.devFolder;
@@ -98,6 +100,7 @@ int runScan(const Options& options) {
                      ": no FireWire device files (fw*); --dev names the folder that holds them");
             return ExitUsage;
         }
+        buses = live->buses();
         bus = live;
     } else if (!fs::is_directory(options.sysfsRoot, error)) {
         complain(options.sysfsRoot + ": no such folder (--sysfs names the root of a sysfs tree)");
@@ -110,8 +113,9 @@ int runScan(const Options& options) {
                                   " (bus/firewire/devices lists no node).");
     if (options.saveRoms.empty())
         return status;
-    const std::vector<std::string> problems =
-        saveRoms(bus->ports(), options.saveRoms, options.overwrite);
+    std::vector<std::string> problems = saveRoms(bus->ports(), options.saveRoms, options.overwrite);
+    for (std::string& problem : saveBusFiles(buses, options.saveRoms, options.overwrite))
+        problems.push_back(std::move(problem));
     for (const std::string& problem : problems)
         complain(problem);
     return problems.empty() ? status : ExitUsage;

@@ -7,7 +7,10 @@
 // serve ROM images; what real buses do is injected per node: busy answers, requests that get no
 // response, a ROM still booting, a bus reset or a changed ROM after some requests, a node that
 // leaves the bus, a file that may not be opened. It is also the clock: waiting for an event that
-// does not come, and sleeping, move its time on, so nothing really waits.
+// does not come, and sleeping, move its time on, so nothing really waits. The local node's file
+// also serves the card's topology map (one given whole, or one made of the nodes) and PHY
+// packets: remote access reads of the vendor identification page, answered by the PHYs given
+// ids.
 #include "lib1394/FwDevice.h"
 #include "lib1394/LiveBus.h"
 #include "rombus_support/RomLayout.h"
@@ -89,6 +92,19 @@ public:
     void sleep(std::chrono::milliseconds duration) override { elapsed_ += duration; }
     std::chrono::steady_clock::duration elapsed() const { return elapsed_; }
     uint32_t generation(unsigned card) { return generations_[card]; }
+    // The topology map a card's local node serves, quadlets as numbers, instead of one made of
+    // its nodes.
+    void setTopology(unsigned card, std::vector<uint32_t> quadlets) {
+        topologies_[card] = std::move(quadlets);
+    }
+    // A PHY that answers remote access to its vendor identification page with these ids.
+    void setPhyIds(unsigned card, unsigned phyId, uint32_t vendor, uint32_t product) {
+        phyIds_[{card, phyId}] = {vendor, product};
+    }
+    // The PHY packet (counted from 1) that comes with a bus reset, before it is sent.
+    size_t resetAtPhyPacket = 0;
+    // Every PHY packet the cards sent.
+    const std::vector<fw_cdev_send_phy_packet>& phyPackets() const { return phyPackets_; }
 
 private:
     static constexpr std::chrono::steady_clock::time_point Start{};
@@ -156,13 +172,81 @@ private:
             return 0;
         }
 
+        int receivePhyPackets(fw_cdev_receive_phy_packets& request) override {
+            if (node_->gone)
+                return ENODEV;
+            if (!node_->local)
+                return ENOSYS;
+            phyClosure_ = request.closure;
+            receiving_ = true;
+            return 0;
+        }
+
+        int sendPhyPacket(fw_cdev_send_phy_packet& packet) override {
+            if (node_->gone)
+                return ENODEV;
+            if (!node_->local)
+                return ENOSYS;
+            kernel_.elapsed_ += RequestTime;
+            kernel_.phyPackets_.push_back(packet);
+            if (kernel_.phyPackets_.size() == kernel_.resetAtPhyPacket) {
+                ++kernel_.generations_[node_->card];
+                kernel_.announceReset(node_->card);
+            }
+            const bool current = packet.generation == kernel_.generations_[node_->card];
+            events_.push_back(phyEvent(FW_CDEV_EVENT_PHY_PACKET_SENT, packet.closure,
+                                       current ? RCODE_COMPLETE : RCODE_GENERATION, {}));
+            if (current)
+                kernel_.replyTo(node_->card, packet.data[0], packet.data[1]);
+            return 0;
+        }
+
+        static std::vector<uint8_t> phyEvent(uint32_t type, uint64_t closure, uint32_t rcode,
+                                             const std::vector<uint32_t>& data) {
+            fw_cdev_event_phy_packet head{};
+            head.closure = closure;
+            head.type = type;
+            head.rcode = rcode;
+            head.length = static_cast<uint32_t>(4 * data.size());
+            std::vector<uint8_t> event(sizeof(head) + head.length);
+            std::memcpy(event.data(), &head, sizeof(head));
+            if (!data.empty())
+                std::memcpy(event.data() + sizeof(head), data.data(), head.length);
+            return event;
+        }
+
         Node* node() const { return node_; }
         std::deque<std::vector<uint8_t>> events_;
+        bool receiving_ = false;
+        uint64_t phyClosure_ = 0;
 
     private:
         FwKernel& kernel_;
         Node* node_ = nullptr;
     };
+
+    // A PHY's remote reply to a paged read of its vendor identification page, received by every
+    // file of the card that receives PHY packets. Packets whose second quadlet is not the first's
+    // complement are lost, as on the bus.
+    void replyTo(unsigned card, uint32_t quadlet, uint32_t check) {
+        const unsigned phyId = quadlet >> 24 & 0x3F;
+        const unsigned type = quadlet >> 18 & 0xF;
+        const unsigned page = quadlet >> 15 & 7;
+        const unsigned reg = quadlet >> 8 & 7;
+        const auto ids = phyIds_.find({card, phyId});
+        if (check != ~quadlet || quadlet >> 30 != 0 || type != 5 || page != 1 ||
+            ids == phyIds_.end())
+            return;
+        const uint32_t value = reg >= 2 && reg <= 4   ? ids->second.first >> (8 * (4 - reg))
+                               : reg >= 5 && reg <= 7 ? ids->second.second >> (8 * (7 - reg))
+                                                      : 0;
+        const uint32_t reply = (quadlet & 0xFFC3FF00u) | 7u << 18 | (value & 0xFF);
+        for (Device* device : devices_)
+            if (device->receiving_ && device->node()->card == card)
+                device->events_.push_back(Device::phyEvent(FW_CDEV_EVENT_PHY_PACKET_RECEIVED,
+                                                           device->phyClosure_, RCODE_COMPLETE,
+                                                           {reply, ~reply}));
+    }
 
     // What a request makes happen, its response queued on every open file of the node.
     int answer(Node& node, const fw_cdev_send_request& request) {
@@ -275,6 +359,8 @@ private:
     // The topology map of a card in bus order: self-ID packet 0 of every node, in the order of
     // their physical ids, each node followed by one extended packet of more ports.
     std::vector<uint8_t> topologyMap(unsigned card) {
+        if (const auto given = topologies_.find(card); given != topologies_.end())
+            return busOrderBytes(given->second);
         std::vector<const Node*> members;
         for (const auto& node : nodes_)
             if (node->card == card)
@@ -298,6 +384,9 @@ private:
     std::map<std::string, Node*> files_;
     std::vector<Device*> devices_;
     std::map<unsigned, uint32_t> generations_;
+    std::map<unsigned, std::vector<uint32_t>> topologies_;
+    std::map<std::pair<unsigned, unsigned>, std::pair<uint32_t, uint32_t>> phyIds_;
+    std::vector<fw_cdev_send_phy_packet> phyPackets_;
     std::chrono::steady_clock::duration elapsed_{};
 };
 
