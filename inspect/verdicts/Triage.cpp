@@ -42,7 +42,8 @@ Trouble troubleOf(const NodeView& node) {
 }
 
 std::string troubleSummary(const std::vector<NodeView>& nodes) {
-    static const char* const names[] = {"unreadable", "entry rules", "CRC only", "advisories only"};
+    static const char* const names[] = {"unreadable", "entry rules", "CRC only",
+                                        "with advisories only"};
     size_t counts[4] = {};
     for (const NodeView& node : nodes) {
         const Trouble trouble = troubleOf(node);

@@ -1,5 +1,6 @@
 #include "lib1394/ImageFile.h"
 
+#include "lib1394/ByteDump.h"
 #include "lib1394/DumpText.h"
 #include "lib1394/RegularFile.h"
 
@@ -179,6 +180,11 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
         return failure(name, spoilt);
     const bool binary =
         form == ImageForm::Binary || (form == ImageForm::Detect && looksBinary(content));
+    // A pasted hexdump -C, xxd or od dump is the file it shows.
+    std::vector<uint8_t> dumped;
+    if (!binary && form == ImageForm::Detect && readByteDump(content, dumped))
+        return decodeImage(name, std::string(dumped.begin(), dumped.end()), order,
+                           ImageForm::Binary);
     if (!binary && form == ImageForm::Detect && isDumpText(content))
         return decodeDumpText(name, content);
     ImageFile image = binary ? decodeBinary(name, content) : decodeText(name, content);
