@@ -159,6 +159,12 @@ ImageFile decodeText(const std::string& name, const std::string& content) {
     return image;
 }
 
+// Hex text that reads as quadlets: what a *.rom file, raw binary whatever its bytes look like,
+// is not when someone wrote hex text under that name.
+bool isHexText(const std::string& content) {
+    return !content.empty() && !looksBinary(content) && decodeText("", content).ok();
+}
+
 ImageFile decodeBinary(const std::string& name, const std::string& content) {
     if (content.size() > MaxRomSize)
         return failure(name, std::to_string(content.size()) + " bytes, more than the " +
@@ -200,6 +206,9 @@ ImageFile readImageFile(const std::string& path, ByteOrder order, ImageForm form
         return failure(path, file.error);
     // A saved ROM: raw binary in bus order, never taken for text or for little-endian quadlets.
     if (form == ImageForm::Detect && path.ends_with(SavedRomExtension)) {
+        if (isHexText(file.content))
+            return failure(path, "holds text, not the raw binary in bus order of a *.rom file; "
+                                 "rename it *.hex, or read it with check --form hex");
         form = ImageForm::Binary;
         order = order == ByteOrder::Detect ? ByteOrder::Big : order;
     }

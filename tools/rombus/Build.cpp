@@ -17,6 +17,8 @@ constexpr size_t MaxDescriptionSize = 1 << 20;
 
 int runBuild(const Options& options) {
     const std::string& path = options.files[0];
+    if (!formFitsName(options.output, options.outputForm))
+        return ExitUsage;
     const lib1394::RegularFile file = lib1394::readRegularFile(path, MaxDescriptionSize);
     if (!file.ok()) {
         complain(path + ": " + file.error);

@@ -71,6 +71,16 @@ std::string romInForm(const std::vector<uint8_t>& rom, const std::string& form) 
     return out;
 }
 
+bool formFitsName(const std::string& path, const std::string& form) {
+    if (form == "be" || !path.ends_with(".rom"))
+        return true;
+    complain(path +
+             ": a *.rom file holds raw binary in bus order, which check reads it as; write " +
+             (form == "hex" ? "hex text to a *.hex" : "little-endian quadlets to a *.bin") +
+             " name, or leave out --output-form " + form);
+    return false;
+}
+
 bool writeRom(const std::string& path, const std::string& content) {
     return path == "-" ? writeOut(content) : writeFile(path, content);
 }

@@ -36,6 +36,10 @@ void addOutputOptions(CLI::App& command, Options& options, bool outputRequired);
 // of one quadlet a line.
 std::string romInForm(const std::vector<uint8_t>& rom, const std::string& form);
 
+// Whether a ROM in this form may go to path: a *.rom file holds raw binary in bus order only, as
+// check and --save-roms take it; false, with a message, for hex text or little-endian quadlets.
+bool formFitsName(const std::string& path, const std::string& form);
+
 // Writes a ROM to path, standard output for "-"; false, with a message, when it cannot.
 bool writeRom(const std::string& path, const std::string& content);
 

@@ -35,7 +35,7 @@ std::string outputOf(const Options& options) {
 
 int runRepair(const Options& options) {
     const std::string output = outputOf(options);
-    if (output.empty())
+    if (output.empty() || !formFitsName(output, options.outputForm))
         return ExitUsage;
     const lib1394::ImageFile image = readImage(options.files[0], options.byteOrder);
     if (!image.ok()) {
