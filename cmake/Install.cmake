@@ -81,6 +81,10 @@ if(TARGET rombus_registry AND ROMBUS_INSTALL_REGISTRY)
     install(FILES ${ROMBUS_REGISTRY} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
 endif()
 
+# The sample bus and ROM images, which the examples of the man page read.
+install(DIRECTORY examples/sysfs examples/roms
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/rombus/examples COMPONENT tool)
+
 # Every package's copyright and changelog under share/doc/PACKAGE, and its lintian overrides.
 foreach(component tool libraries development)
     string(TOUPPER ${component} upper)
