@@ -27,5 +27,5 @@ target_compile_features(rombus_shared PUBLIC cxx_std_20)
 set(ROMBUS_SYMBOLS ${CMAKE_BINARY_DIR}/debian/symbols)
 add_custom_command(TARGET rombus_shared POST_BUILD
     COMMAND ${PROJECT_SOURCE_DIR}/scripts/make-symbols $<TARGET_FILE:rombus_shared>
-            librombus0 ${PROJECT_VERSION} ${ROMBUS_SYMBOLS}
+            librombus0 librombus-dev ${PROJECT_VERSION} ${ROMBUS_SYMBOLS}
     VERBATIM)
