@@ -191,6 +191,14 @@ TEST_F(Habits, ARomFileHoldsBinaryOnly) {
         EXPECT_FALSE(fs::exists(folder_.path() / "copy.rom")) << form;
     }
     EXPECT_EQ(rombus("repair good.rom -o copy.hex --output-form hex").status, 0);
+    // build writes to standard output without -o, as describe does.
+    ASSERT_EQ(rombus("describe good.rom").status, 0);
+    std::ofstream(folder_.path() / "good.yaml") << rombus("describe good.rom").out;
+    const Outcome built = rombus("build good.yaml");
+    EXPECT_EQ(built.status, 0) << built.err;
+    ASSERT_EQ(rombus("build good.yaml -o built.rom").status, 0);
+    EXPECT_EQ(built.out, read("built.rom"));
+    EXPECT_EQ(built.out.size(), 24u);
     // Hex text under a *.rom name is named as text, with the way to read it.
     fs::copy_file(folder_.path() / "copy.hex", folder_.path() / "text.rom");
     const Outcome text = rombus("check text.rom");
