@@ -35,7 +35,7 @@ sample: build
 install: build
 	@cmake --install $(BUILD) --prefix $(PREFIX)
 
-# The Debian packages, in build-package/: rombus (the tool), librombus0 (the shared libraries) and
+# The Debian packages, in build-package/: rombus (the tool), librombus0 (the shared library) and
 # librombus-dev (headers, CMake package, pkg-config): make package; dpkg -i build-package/*.deb
 # Built with Debian's build flags and every hardening feature (stack protector, fortified
 # functions, PIE, read-only relocations bound now), as a package of the archive is.
@@ -44,13 +44,15 @@ BUILDFLAGS = DEB_BUILD_MAINT_OPTIONS=hardening=+all dpkg-buildflags --get
 package:
 	@scripts/setup package
 	@cmake -S . -B $(PACKAGE_BUILD) $(CMAKE_FLAGS) -DBUILD_TESTING=OFF -DROMBUS_BENCH=OFF \
-	    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON \
+	    -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_SKIP_INSTALL_RPATH=ON -DROMBUS_INSTALL_REGISTRY=OFF \
 	    "-DCMAKE_C_FLAGS=$$($(BUILDFLAGS) CFLAGS) $$($(BUILDFLAGS) CPPFLAGS)" \
 	    "-DCMAKE_CXX_FLAGS=$$($(BUILDFLAGS) CXXFLAGS) $$($(BUILDFLAGS) CPPFLAGS)" \
 	    "-DCMAKE_EXE_LINKER_FLAGS=$$($(BUILDFLAGS) LDFLAGS)" \
 	    "-DCMAKE_SHARED_LINKER_FLAGS=$$($(BUILDFLAGS) LDFLAGS)" > /dev/null
 	@cmake --build $(PACKAGE_BUILD) -j$(JOBS)
-	@cd $(PACKAGE_BUILD) && rm -f *.deb && cpack -G DEB > /dev/null && ls *.deb
+	@cd $(PACKAGE_BUILD) && rm -f *.deb && cpack -G DEB > /dev/null
+	@scripts/multi-arch $(PACKAGE_BUILD)/librombus0_*.deb $(PACKAGE_BUILD)/librombus-dev_*.deb
+	@cd $(PACKAGE_BUILD) && ls *.deb
 
 # What CI proves of the packages: unpacked into a temporary root (the machine untouched), the tool
 # reads the sample bus, the consumer example builds against the -dev package with the compiler's

@@ -1,20 +1,19 @@
-# What `cmake --install` puts under the prefix: the tool, the shared libraries with their
-# versions, the public headers under include/rombus, a CMake package and a pkg-config file for
+# What `cmake --install` puts under the prefix: the tool, the shared library with its version, the public headers under include/rombus, a CMake package and a pkg-config file for
 # programs that link the module, the man page, the bash completion, the JSON Schema of the report
 # and the vendor registry. Each file belongs to the component of its Debian package
 # (cmake/Package.cmake): tool, libraries or development.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS rombus RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
-# The libraries in the runtime package, their unversioned links with the development files.
-install(TARGETS zul vesk5 lib1394 Rombus RombusInspect EXPORT RombusTargets
+# The library in the runtime package, its unversioned link with the development files.
+install(TARGETS rombus_shared EXPORT RombusTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus)
 
 # The public headers: the platform layers whole, of the module its exported classes and records
 # with what they include, and the inspection: inspect/Rombus.h and what it includes. The parse
 # tree, the module's logging and the tool's tables stay inside. Each declares only what the
-# libraries export (scripts/check-exports).
+# library exports (scripts/check-exports).
 foreach(layer zul vesk5 lib1394)
     install(DIRECTORY interfaces/${layer} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus
         COMPONENT development FILES_MATCHING PATTERN "*.h")
@@ -83,10 +82,17 @@ install(FILES doc/rombus-report.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}
 configure_file(doc/rombus-bus.schema.json ${CMAKE_BINARY_DIR}/share/rombus/rombus-bus.schema.json
     COPYONLY)
 install(FILES doc/rombus-bus.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus COMPONENT tool)
-if(TARGET rombus_registry)
+# The Debian package carries none: it makes the registry from ieee-data on the machine, and anew
+# whenever ieee-data changes (cmake/deb/rombus).
+option(ROMBUS_INSTALL_REGISTRY "Install the vendor registry built from ieee-data with the tool" ON)
+if(TARGET rombus_registry AND ROMBUS_INSTALL_REGISTRY)
     install(FILES ${ROMBUS_REGISTRY} ${ROMBUS_ASSIGNMENTS} DESTINATION ${CMAKE_INSTALL_DATADIR}/rombus
         COMPONENT tool)
 endif()
+
+# The sample bus and ROM images, which the examples of the man page read.
+install(DIRECTORY examples/sysfs examples/roms examples/bus
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/rombus/examples COMPONENT tool)
 
 # Every package's copyright and changelog under share/doc/PACKAGE, and its lintian overrides.
 foreach(component tool libraries development)

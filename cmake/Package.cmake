@@ -1,13 +1,17 @@
 # `cpack -G DEB` (make package): three Debian packages, as Debian splits a library and its tool:
-#   rombus         the tool (linked with static copies of the layers), its man page, completion,
-#                  JSON Schema and the vendor registry built from ieee-data;
-#   librombus0     the shared libraries, named after libRombus.so.0 (lintian matches one SONAME);
-#   librombus-dev  the headers, the unversioned .so links, the CMake package and pkg-config file.
+#   rombus         the tool, its man page, completion and JSON Schema; its vendor registry is made
+#                  on the machine from ieee-data, on install and whenever ieee-data changes (a
+#                  dpkg trigger on ieee-data's folder, cmake/deb/rombus);
+#   librombus0     librombus.so.0, with its symbols file (scripts/make-symbols);
+#   librombus-dev  the headers, the unversioned .so link, the CMake package and pkg-config file.
 # Each holds its own copyright and changelog, and its lintian overrides with their reasons.
+# CPack writes no Multi-Arch field: `make package` adds it to the library and -dev packages
+# (scripts/multi-arch).
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL tool libraries development)
 set(CPACK_PACKAGE_VENDOR "Rombus")
-set(CPACK_PACKAGE_CONTACT "Rombus developers <rombus@example.org>")
+set(CPACK_PACKAGE_CONTACT "Rombus maintainers <maintainers@users.noreply.c-seed-1b9f1f53.example>")
+set(CPACK_PACKAGE_HOMEPAGE_URL "${PROJECT_HOMEPAGE_URL}")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 # CPack puts a summary that is not its own default before every package's description; each
 # package's description below begins with its own synopsis instead.
@@ -29,28 +33,33 @@ The libraries of rombus: the module that reads and checks the Configuration
 ROM of IEEE 1394 (FireWire) nodes, its platform layers (bus access,
 diagnostics framework, common library) and the inspection that gives, per
 node, the verdicts of the rombus tool and the decoded ROM.")
-# The vendor names of the tool's verdicts come from the registry the tool's package installs.
+# The vendor names of the tool's verdicts come from the registry the tool's package makes.
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS rombus)
-# A shlibs file for the package with libraries, so that packages linking them get their Depends.
+# A shlibs file and a symbols file, so that packages linking the library depend on the version
+# they were built against or any later one.
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/deb/librombus0/triggers
+    ${ROMBUS_SYMBOLS})
+set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/deb/rombus/triggers
+    ${PROJECT_SOURCE_DIR}/cmake/deb/rombus/postinst ${PROJECT_SOURCE_DIR}/cmake/deb/rombus/postrm)
+set(CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME librombus-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "IEEE 1394 Configuration ROM checking libraries (development files)
-Headers, CMake package (find_package(Rombus), targets Rombus::Inspect and
-Rombus::Rombus) and pkg-config file (rombus) for programs that link the
-rombus libraries. inspect/Rombus.h is the entry point that gives a program
-the verdicts of the rombus tool.")
+Headers, CMake package (find_package(Rombus), target Rombus::Rombus) and
+pkg-config file (rombus) for programs that link the rombus library.
+inspect/Rombus.h is the entry point that gives a program the verdicts of
+the rombus tool.")
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS libraries)
 
 # Depends from the libraries the programs link, found by dpkg-shlibdeps.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_BINARY_DIR}/bin)
-if(NOT TARGET rombus_registry)
-    set(CPACK_DEBIAN_TOOL_PACKAGE_RECOMMENDS ieee-data)
-endif()
+# The registry is made from ieee-data where the package is installed.
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS ieee-data)
 # 'rombus topology --graph svg' runs Graphviz's dot; nothing else needs it, and nothing links it.
 set(CPACK_DEBIAN_TOOL_PACKAGE_SUGGESTS graphviz)
 set(CPACK_STRIP_FILES ON)

@@ -1,5 +1,6 @@
 #include "inspect/Rombus.h"
 
+#include "inspect/io/Registry.h"
 #include "lib1394/ImageFile.h"
 #include "lib1394/SysfsBus.h"
 
@@ -30,9 +31,9 @@ std::string installedRegistryPath() {
     // In the build tree the libraries lie in bin/, beside share/.
     const fs::path built = folder / ".." / "share" / "rombus" / "oui-registry.txt";
     std::error_code error;
-    const fs::path found =
-        fs::exists(installed, error) || !fs::exists(built, error) ? installed : built;
-    return found.lexically_normal().string();
+    if (fs::exists(installed, error))
+        return installed.lexically_normal().string();
+    return fs::exists(built, error) ? built.lexically_normal().string() : systemRegistryPath();
 }
 
 Settings toolSettings() {

@@ -23,7 +23,8 @@ namespace rombus {
 // vendor registry is the one installed with the libraries, and no log line reaches standard error.
 ROMBUS_API Settings toolSettings();
 
-// The vendor registry installed with the libraries: share/rombus/oui-registry.txt of their prefix.
+// The vendor registry installed with the libraries: share/rombus/oui-registry.txt of their
+// prefix, else the one the system makes from ieee-data (/var/lib/rombus/oui-registry.txt).
 ROMBUS_API std::string installedRegistryPath();
 
 // Reads ROM image files (raw, either byte order, or hexadecimal text) as the nodes of one port and

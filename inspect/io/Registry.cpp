@@ -320,11 +320,21 @@ std::string defaultImportSource() {
     return text;
 }
 
-std::string defaultRegistryPath() {
+std::string dataFolder() {
     std::error_code error;
     const fs::path executable = fs::read_symlink("/proc/self/exe", error);
     const fs::path prefix = error ? fs::path(".") : executable.parent_path().parent_path();
-    return (prefix / "share" / "rombus" / "oui-registry.txt").string();
+    return (prefix / "share" / "rombus").string();
+}
+
+std::string systemRegistryPath() {
+    return ROMBUS_SYSTEM_REGISTRY;
+}
+
+std::string defaultRegistryPath() {
+    const fs::path carried = fs::path(dataFolder()) / "oui-registry.txt";
+    std::error_code error;
+    return fs::exists(carried, error) ? carried.string() : systemRegistryPath();
 }
 
 } // namespace rombus

@@ -56,8 +56,16 @@ const LongAssignment* holderOf(const std::vector<LongAssignment>& assignments, u
 // The first of oui.txt and oui.csv of ieee-data that exists (oui.txt when neither does).
 std::string defaultImportSource();
 
-// Where the tool looks for the registry built with it: share/rombus/oui-registry.txt beside the
-// folder that holds the executable (build/bin/rombus uses build/share/rombus/...).
+// The folder of the tool's data: share/rombus beside the folder that holds the executable
+// (build/bin/rombus uses build/share/rombus).
+std::string dataFolder();
+
+// The registry the system makes from ieee-data whenever ieee-data changes, as the Debian package
+// does: oui-registry.txt under the state folder of the installation (/var/lib/rombus).
+std::string systemRegistryPath();
+
+// Where the tool looks for its vendor registry: oui-registry.txt of dataFolder() when there is
+// one (a build tree, an installation that carries its own), else systemRegistryPath().
 std::string defaultRegistryPath();
 
 } // namespace rombus

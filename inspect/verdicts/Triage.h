@@ -8,9 +8,10 @@
 namespace rombus {
 
 // The kind of trouble a node has, the worst first: its ROM could not be read (or is no IEEE 1394
-// ROM), an entry breaks the directory rules, only CRCs are wrong, or the module recorded nothing
-// and the decoder advises.
-enum class Trouble { Unreadable, EntryRules, CrcOnly, Advisories, None };
+// ROM), an entry breaks the directory rules, only CRCs are wrong, every record is one a named
+// standard permits, or the module recorded nothing and the decoder advises. Records a standard
+// permits never make a node unreadable or break its rules.
+enum class Trouble { Unreadable, EntryRules, CrcOnly, Permitted, Advisories, None };
 
 Trouble troubleOf(const NodeView& node);
 

@@ -99,7 +99,7 @@ bool nodeFails(const NodeView& node, bool strict) {
 }
 
 std::string verdictSummary(const std::vector<NodeView>& nodes) {
-    static const char* const names[] = {"with faults", "permitted only", "advisories only",
+    static const char* const names[] = {"with faults", "permitted only", "with advisories only",
                                         "clean"};
     size_t counts[4] = {};
     for (const NodeView& node : nodes)

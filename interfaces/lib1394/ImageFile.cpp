@@ -1,5 +1,6 @@
 #include "lib1394/ImageFile.h"
 
+#include "lib1394/ByteDump.h"
 #include "lib1394/DumpText.h"
 #include "lib1394/RegularFile.h"
 #include "lib1394/Utf8Text.h"
@@ -152,6 +153,12 @@ ImageFile decodeText(const std::string& name, const std::string& content) {
     return image;
 }
 
+// Hex text that reads as quadlets: what a *.rom file, raw binary whatever its bytes look like,
+// is not when someone wrote hex text under that name.
+bool isHexText(const std::string& content) {
+    return !content.empty() && isTextContent(content) && decodeText("", content).ok();
+}
+
 ImageFile decodeBinary(const std::string& name, const std::string& content) {
     if (content.size() > MaxRomSize)
         return failure(name, std::to_string(content.size()) + " bytes, more than the " +
@@ -173,6 +180,11 @@ ImageFile decodeImage(const std::string& name, const std::string& content, ByteO
         return failure(name, spoilt);
     const bool binary =
         form == ImageForm::Binary || (form == ImageForm::Detect && !isTextContent(content));
+    // A pasted hexdump -C, xxd or od dump is the file it shows.
+    std::vector<uint8_t> dumped;
+    if (!binary && form == ImageForm::Detect && readByteDump(content, dumped))
+        return decodeImage(name, std::string(dumped.begin(), dumped.end()), order,
+                           ImageForm::Binary);
     if (!binary && form == ImageForm::Detect && isDumpText(content)) {
         ImageFile dump = decodeDumpText(name, content);
         dump.stored = StoredForm::DumpText;
@@ -191,6 +203,9 @@ ImageFile readImageFile(const std::string& path, ByteOrder order, ImageForm form
         return failure(path, file.error);
     // A saved ROM: raw binary in bus order, never taken for text or for little-endian quadlets.
     if (form == ImageForm::Detect && path.ends_with(SavedRomExtension)) {
+        if (isHexText(file.content))
+            return failure(path, "holds text, not the raw binary in bus order of a *.rom file; "
+                                 "rename it *.hex, or read it with check --form hex");
         form = ImageForm::Binary;
         order = order == ByteOrder::Detect ? ByteOrder::Big : order;
     }

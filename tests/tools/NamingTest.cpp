@@ -189,7 +189,7 @@ TEST_F(Naming, AFullPortListsInOneLinePerNodeAndATotal) {
         all.push_back(line);
     ASSERT_EQ(all.size(), 64u);
     EXPECT_EQ(all[0], "0:00  fw0  acde480000000000  \"Example Maker\" -  "
-                      "[vendor-specific unit of Example Maker]  ok");
+                      "[vendor-specific unit of Example Maker]  S100  ok");
     EXPECT_EQ(all[62].substr(0, 10), "0:62  fw62");
     EXPECT_EQ(all[63], "63 nodes on 1 port: 63 ok. By verdict: 63 clean.");
     EXPECT_EQ(rombus::listing(rombus::Inspection(), "No nodes."), "No nodes.\n");

@@ -113,11 +113,11 @@ TEST_F(RomLifecycle, TheSampleBusRomsAreDescribedByteForByteOrRefusedWithTheReas
         ++described;
         folder_.write("described.yaml", description.out);
         const bool little = content.compare(4, 4, "4931") == 0;
-        EXPECT_EQ(rombus(std::string("build described.yaml -o built.rom --output-form ") +
+        EXPECT_EQ(rombus(std::string("build described.yaml -o built.bin --output-form ") +
                          (little ? "le" : "be"))
                       .status,
                   0);
-        EXPECT_EQ(read("built.rom"), content);
+        EXPECT_EQ(read("built.bin"), content);
     }
     EXPECT_GE(described, 5u);
     EXPECT_GE(refused, 1u);

@@ -296,13 +296,13 @@ TEST_F(RombusTool, BadInputNamesTheFileAndExitsWith2) {
     }
 }
 
-// --live without FireWire hardware: a folder without device files is a usage error; a file that
-// is no FireWire device is named, an unreadable node.
+// --live without FireWire hardware: a folder without device files is a bus without nodes; a file
+// that is no FireWire device is named, an unreadable node.
 TEST_F(RombusTool, LiveScanNeedsDeviceFilesAndNamesTheOnesItCannotRead) {
     const fs::path dev = folder_.path() / "dev";
     fs::create_directories(dev);
     const Outcome none = registered("scan --live --dev " + dev.string());
-    EXPECT_EQ(none.status, 2);
+    EXPECT_EQ(none.status, 3);
     EXPECT_THAT(none.err, HasSubstr(dev.string() + ": no FireWire device files (fw*)"));
     const std::string file = write("dev/fw0", "not a device");
     const Outcome unreadable = registered("scan --live --dev " + dev.string());
@@ -401,10 +401,10 @@ TEST_F(RombusTool, WhatIsNotARegularFileIsNamedAndNothingBlocks) {
 TEST_F(RombusTool, AReportThatCannotBeWrittenIsAFailure) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
     const fs::path err = folder_.path() / "stderr";
-    for (const std::string& arguments : {"check " + disk, std::string("registry import")}) {
+    for (const std::string& arguments :
+         {"check " + disk + " --registry " + registry_, std::string("registry import")}) {
         const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
-                                    " --registry " + registry_ + " >/dev/full 2>'" + err.string() +
-                                    "'";
+                                    " >/dev/full 2>'" + err.string() + "'";
         const int raw = std::system(command.c_str());
         EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
         EXPECT_THAT(readAll(err), HasSubstr("standard output cannot be written: No space left"));
@@ -472,8 +472,9 @@ TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
                                    "8h: cyc_clk_acc 255 on a cycle master capable node (cmc 1)"));
     EXPECT_THAT(run.out, HasSubstr("Unit 0 at 24h -> 3Ch  SBP-2 (storage)"));
     EXPECT_THAT(run.out, HasSubstr("Directory - Unit  at 24h -> 3Ch  (SBP-2 (storage))"));
-    EXPECT_THAT(run.out, HasSubstr("1 without problems. By kind: 1 advisories only. By verdict: 1 "
-                                   "advisories\n    only.\n"));
+    EXPECT_THAT(run.out,
+                HasSubstr("1 without problems. By kind: 1 with advisories only. By verdict: 1 "
+                          "with\n    advisories only.\n"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
     const json report = rombusJson("check " + disk, 0);
     EXPECT_TRUE(report["ok"].get<bool>());

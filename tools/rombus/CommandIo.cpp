@@ -79,6 +79,16 @@ std::string formProblem(const std::vector<uint8_t>& rom, const std::string& form
                   rom.size());
 }
 
+bool formFitsName(const std::string& path, const std::string& form) {
+    if (form.empty() || form == "be" || !path.ends_with(".rom"))
+        return true;
+    complain(path +
+             ": a *.rom file holds raw binary in bus order, which check reads it as; write " +
+             (form == "hex" ? "hex text to a *.hex" : "little-endian quadlets to a *.bin") +
+             " name, or leave out --output-form " + form);
+    return false;
+}
+
 bool writeRom(const std::string& path, const std::string& content, const WriteRules& rules) {
     return path == "-" ? writeOut(content) : writeFile(path, content, rules);
 }

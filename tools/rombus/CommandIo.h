@@ -47,4 +47,8 @@ std::string formProblem(const std::vector<uint8_t>& rom, const std::string& form
 bool writeRom(const std::string& path, const std::string& content,
               const WriteRules& rules = {.replace = true});
 
+// Whether a ROM in this form may go to path: a *.rom file holds raw binary in bus order only, as
+// check and --save-roms take it; false, with a message, for hex text or little-endian quadlets.
+bool formFitsName(const std::string& path, const std::string& form);
+
 } // namespace rombus

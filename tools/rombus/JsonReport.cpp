@@ -240,10 +240,11 @@ json node(const NodeView& view) {
 
 } // namespace
 
-json jsonReport(const Inspection& inspection) {
+json jsonReport(const Inspection& inspection, const std::set<size_t>& hidden) {
     json devices = json::array();
-    for (const auto& each : inspection.devices)
-        devices.push_back(device(each));
+    for (size_t i = 0; i < inspection.devices.size(); ++i)
+        if (!hidden.count(i))
+            devices.push_back(device(inspection.devices[i]));
     json nodes = json::array();
     for (const NodeView& view : inspection.nodes)
         nodes.push_back(node(view));

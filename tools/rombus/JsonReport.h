@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <set>
+
 namespace rombus {
 
 // The version of the report's format, raised whenever a field changes its meaning or goes away.
@@ -14,8 +16,9 @@ constexpr int FormatVersion = 2;
 // (the framework's view: name, locator, childBusIds, properties typed by their data type),
 // "nodes" (per node its status, source, GUID, bus options, records with their variables, units,
 // notes and the entry tree of its ROM), "reports" (severity, event, text) and the bus's "notes",
-// each list in the order produced.
-nlohmann::ordered_json jsonReport(const Inspection& inspection);
+// each list in the order produced; the devices hidden (by -s and -d) are left out.
+nlohmann::ordered_json jsonReport(const Inspection& inspection,
+                                  const std::set<size_t>& hidden = {});
 
 // The object as text. Bytes that are not UTF-8 (a ROM may hold any) are written as \xHH escapes,
 // never fatal.

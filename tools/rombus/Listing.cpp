@@ -6,7 +6,9 @@
 #include "inspect/model/Model.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
+#include <set>
 
 namespace rombus {
 namespace {
@@ -38,8 +40,24 @@ std::string unitsOf(const NodeView& node) {
     return "[" + (text.empty() ? std::string("no units") : text) + "]";
 }
 
+// What each kind of trouble is called beside "problems".
+const char* const troubleNames[] = {"unreadable", "entry rules", "CRC only", "permitted"};
+
+// The speed of the node's link from its bus options, "-" when the ROM holds none.
+std::string speedOf(const NodeView& node) {
+    static const char* const speeds[] = {"S100", "S200", "S400", "S800", "S1600", "S3200"};
+    const auto options = decode::busOptionsOf(node.rom());
+    if (!options)
+        return "-";
+    return options->linkSpeed < std::size(speeds) ? speeds[options->linkSpeed]
+                                                  : format("link_spd %u", options->linkSpeed);
+}
+
 std::string statusOf(const NodeView& node) {
     std::string text = statusName(node.status());
+    const Trouble trouble = troubleOf(node);
+    if (node.status() == NodeStatus::Problems && trouble < Trouble::Advisories)
+        text += format(" (%s)", troubleNames[static_cast<int>(trouble)]);
     // Notes are no fault of the ROM: only advisories are counted, as --strict counts them.
     const size_t advisories = static_cast<size_t>(
         std::count_if(node.advisories.begin(), node.advisories.end(), [](const Advisory& advisory) {
@@ -61,7 +79,13 @@ std::string statusOf(const NodeView& node) {
     return text;
 }
 
-std::string lineOf(const NodeView& node) {
+// The vendor and model as ids, "vendor:model" in hexadecimal as -d takes them.
+std::string idsOf(std::optional<uint32_t> vendor, std::optional<uint32_t> model) {
+    return (vendor ? format("%06x", *vendor) : std::string("-")) + ":" +
+           (model ? format("%06x", *model) : std::string("-"));
+}
+
+std::string lineOf(const NodeView& node, unsigned numeric) {
     static const lib1394::RomNode none;
     const lib1394::RomNode& bus = node.source ? *node.source : none;
     const decode::RomEntry* vendor = decode::firstWithKey(node.decoded.root, VendorKey);
@@ -73,11 +97,18 @@ std::string lineOf(const NodeView& node) {
     std::string line = format("%u:%02u  ", node.port, node.physicalId);
     line += (bus.label.empty() ? std::string("-") : escaped(bus.label, false)) + "  ";
     line += format("%016llx  ", static_cast<unsigned long long>(node.guid()));
-    line += nameOf(node.knowledge.vendorName, bus.vendorName, registry, valueOf(vendor), "vendor") +
+    const std::optional<uint32_t> model =
+        valueOf(decode::firstWithKey(node.decoded.root, ModelKey));
+    if (numeric != 1) {
+        line +=
+            nameOf(node.knowledge.vendorName, bus.vendorName, registry, valueOf(vendor), "vendor") +
             " ";
-    line += nameOf(node.knowledge.modelName, bus.modelName, std::nullopt,
-                   valueOf(decode::firstWithKey(node.decoded.root, ModelKey)), "model");
-    return line + "  " + unitsOf(node) + "  " + statusOf(node) + "\n";
+        line += nameOf(node.knowledge.modelName, bus.modelName, std::nullopt, model, "model");
+    }
+    if (numeric > 0)
+        line += numeric == 1 ? idsOf(valueOf(vendor), model)
+                             : " [" + idsOf(valueOf(vendor), model) + "]";
+    return line + "  " + unitsOf(node) + "  " + speedOf(node) + "  " + statusOf(node) + "\n";
 }
 
 // "\tUnit 0: Kernel driver in use: snd_dice; Kernel modules: snd_dice" per unit the kernel
@@ -107,20 +138,21 @@ std::string driverLinesOf(const NodeView& node) {
 
 } // namespace
 
-std::string listing(const Inspection& inspection, const std::string& emptyText,
+std::string listing(const Inspection& inspection, const std::string& emptyText, unsigned numeric,
                     bool kernelDrivers) {
     if (inspection.nodes.empty())
         return emptyText + "\n";
     std::string out;
     std::map<std::string, size_t> byStatus;
-    size_t ports = 0;
+    std::set<unsigned> portsShown;
     for (const NodeView& node : inspection.nodes) {
-        out += lineOf(node);
+        out += lineOf(node, numeric);
         if (kernelDrivers)
             out += driverLinesOf(node);
         ++byStatus[statusName(node.status())];
-        ports = std::max<size_t>(ports, node.port + 1);
+        portsShown.insert(node.port);
     }
+    const size_t ports = portsShown.size();
     std::string summary;
     for (const auto& [status, count] : byStatus)
         summary += format("%s%zu %s", summary.empty() ? "" : ", ", count, status.c_str());

@@ -1,12 +1,17 @@
 #include "Options.h"
 
 #include "RomCommands.h"
+#include "Selection.h"
 #include "inspect/io/Registry.h"
 
 #include <CLI/CLI.hpp>
-#include <filesystem>
 
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <initializer_list>
 #include <sstream>
+#include <string_view>
 
 namespace rombus {
 namespace {
@@ -17,14 +22,14 @@ constexpr const char* ReportSchema = "rombus-report.schema.json";
 std::string mainFooter() {
     return "Run 'rombus COMMAND --help' for the options of one command.\n"
            "\n"
-           "Vendor registry: without --registry the tool reads the registry built with it,\n"
+           "Vendor registry: without --registry the tool reads\n"
            "  " +
            defaultRegistryPath() +
            "\n"
            "\n"
            "JSON: --format json writes one object described by the JSON Schema\n"
            "  " +
-           std::filesystem::path(defaultRegistryPath()).replace_filename(ReportSchema).string() +
+           (std::filesystem::path(dataFolder()) / ReportSchema).string() +
            "\n"
            "\n"
            "Exit status:\n"
@@ -76,7 +81,7 @@ struct Names {
 
 void addCommonOptions(CLI::App& app, Options& options, Names& names) {
     app.add_option("--registry", options.registry,
-                   "Vendor registry file; default: the one built with the tool (below)")
+                   "Vendor registry file; default: the one named below")
         ->type_name("PATH");
     app.add_option("--crc-level", options.crcLevel,
                    "Level of a CRC mismatch: 0 progress, 1 warning, 2 error (default 2)")
@@ -112,8 +117,9 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
                  "Show the module's log lines on standard error: -v failures, -vv problems\n"
                  "too, -vvv every detail");
     names.logLevel = app.add_option("--log-level", options.logLevel,
-                                    "Show the module's log lines from this priority up: 1 detail,\n"
-                                    "3 problems, 4 failures, 5 none (the default)")
+                                    "Show the module's log lines from this priority up: 0 all,\n"
+                                    "1 detail, 2 information, 3 problems, 4 failures, 5 none\n"
+                                    "(the default)")
                          ->type_name("N")
                          ->check(CLI::Range(0, 5).description(""));
     app.add_option("--byte-order", names.byteOrder,
@@ -121,6 +127,16 @@ void addCommonOptions(CLI::App& app, Options& options, Names& names) {
                    "images by their signature, sysfs the host's order")
         ->type_name("be|le")
         ->check(CLI::IsMember({"be", "le"}).description(""));
+    app.add_option("-s", options.slot,
+                   "Show only the nodes at [PORT]:[NODE] (as --short numbers them), the\n"
+                   "kernel's fwN, or the GUID (16 hexadecimal digits), as lspci -s")
+        ->type_name("SLOT");
+    app.add_option("-d", options.ids,
+                   "Show only the nodes of this vendor and model id (the root directory's, in\n"
+                   "hexadecimal; either may be left out), as lspci -d")
+        ->type_name("[VENDOR][:[MODEL]]");
+    app.add_flag("-n", options.numeric,
+                 "--short shows vendor and model ids instead of names; -nn both");
     app.set_version_flag("--version", std::string("rombus ") + ROMBUS_VERSION,
                          "Print the version and exit");
 }
@@ -169,6 +185,40 @@ void addRegistry(CLI::App& app, Options& options) {
 });
 } // namespace
 
+// The common options and the commands that read them: given to another command, one is an error
+// rather than silently ignored.
+struct OptionUse {
+    const char* option;
+    std::initializer_list<std::string_view> commands;
+};
+const OptionUse optionUses[] = {
+    {"--registry", {"scan", "check", "hwdb", "topology"}},
+    {"--modules-alias", {"scan", "check", "hwdb"}},
+    {"--crc-level", {"scan", "check"}},
+    {"--format", {"scan", "check", "diff", "topology"}},
+    {"--color", {"scan", "check"}},
+    {"--dump", {"scan", "check"}},
+    {"--short", {"scan", "check"}},
+    {"--strict", {"scan", "check"}},
+    {"--verbose", {"scan", "check"}},
+    {"--log-level", {"scan", "check"}},
+    {"--byte-order", {"scan", "check", "diff", "repair", "describe"}},
+    {"-s", {"scan", "check"}},
+    {"-d", {"scan", "check"}},
+    {"-n", {"scan", "check"}},
+};
+
+// The first common option given that the command does not read; empty when there is none.
+std::string unusedOption(const CLI::App& app, const std::string& command) {
+    for (const OptionUse& use : optionUses) {
+        const CLI::Option* option = app.get_option_no_throw(use.option);
+        if (option && option->count() > 0 &&
+            std::find(use.commands.begin(), use.commands.end(), command) == use.commands.end())
+            return use.option;
+    }
+    return "";
+}
+
 // The module's log gate: --log-level when given, else by the number of -v.
 unsigned logLevelOf(const Names& names, unsigned given) {
     if (names.logLevel->count() > 0)
@@ -210,9 +260,22 @@ int parseOptions(int argc, char** argv, Options& options) {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         std::ostringstream out;
-        const int status = app.exit(error, out);
+        std::ostringstream err;
+        const int status = app.exit(error, out, err);
         options.printed = out.str();
+        if (!err.str().empty())
+            std::fprintf(stderr, "rombus: %s", err.str().c_str());
         return status == 0 ? ExitClean : ExitUsage;
+    }
+    const std::string command = app.get_subcommands().front()->get_name();
+    if (const std::string unused = unusedOption(app, command); !unused.empty()) {
+        std::fprintf(stderr, "rombus: %s is not an option of %s\n", unused.c_str(),
+                     command.c_str());
+        return ExitUsage;
+    }
+    if (const std::string error = selectionError(options); !error.empty()) {
+        std::fprintf(stderr, "rombus: %s\n", error.c_str());
+        return ExitUsage;
     }
     options.format = names.format == "json" ? Format::Json : Format::Text;
     options.color = colorOf(names.color);

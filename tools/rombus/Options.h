@@ -30,6 +30,9 @@ struct Options {
     bool dump = false;     // the annotated ROM dump of every node
     bool brief = false;    // one line per node
     bool strict = false;   // permitted records and advisories fail a node as faults do
+    std::string slot;      // -s: the nodes to show by place, device name or GUID
+    std::string ids;       // -d: the nodes to show by vendor and model id
+    unsigned numeric = 0;  // -n: ids instead of names in --short; -nn: both
     unsigned logLevel = 5; // the module's log lines: none unless asked for
     lib1394::ByteOrder byteOrder = lib1394::ByteOrder::Detect;
     lib1394::ImageForm form = lib1394::ImageForm::Detect; // check: how the images are stored

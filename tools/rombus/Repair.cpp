@@ -87,7 +87,7 @@ bool writeRepaired(const Options& options, const std::string& output,
 
 int runRepair(const Options& options) {
     const std::string output = outputOf(options);
-    if (output.empty())
+    if (output.empty() || !formFitsName(output, options.outputForm))
         return ExitUsage;
     const lib1394::ImageFile image = readImage(options.files[0], options.byteOrder);
     if (!image.ok()) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <set>
 
 namespace rombus {
 
@@ -10,7 +11,8 @@ enum class Color { Auto, Always, Never };
 struct Layout {
     size_t width = 100;
     bool color = false;
-    bool dump = false; // every node's annotated ROM dump after its records
+    bool dump = false;       // every node's annotated ROM dump after its records
+    std::set<size_t> hidden; // devices of the nodes -s and -d leave out
 };
 
 // On a terminal: the width of COLUMNS when it holds a number, else the terminal's, and never

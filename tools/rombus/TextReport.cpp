@@ -134,8 +134,23 @@ private:
         return lines;
     }
 
+    // Whether -s or -d leaves the device out, or the port whose every node they leave out.
+    bool leftOut(size_t index) const {
+        const std::vector<size_t>& children = tree_.children[index];
+        if (!isPortDevice(inspection_.devices[index]) || children.empty())
+            return layout_.hidden.count(index) > 0;
+        return std::all_of(children.begin(), children.end(),
+                           [this](size_t child) { return layout_.hidden.count(child) > 0; });
+    }
+
     void printDevice(size_t index, size_t depth) {
         const vesk5::SysInfoDevice& device = inspection_.devices[index];
+        if (leftOut(index)) {
+            // The numbers of the nodes and ports shown stay those of the whole bus.
+            nodesOfPort_ += isNodeDevice(device) ? 1 : 0;
+            ports_ += isPortDevice(device) ? 1 : 0;
+            return;
+        }
         const size_t indent = std::min(depth, MaxIndentLevel) * Step;
         const std::string level =
             depth > MaxIndentLevel ? "(level " + std::to_string(depth) + ") " : "";

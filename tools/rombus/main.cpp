@@ -5,6 +5,7 @@
 #include "JsonReport.h"
 #include "Listing.h"
 #include "Options.h"
+#include "Selection.h"
 #include "Terminal.h"
 #include "Text.h"
 #include "TextReport.h"
@@ -28,6 +29,11 @@ namespace {
 namespace fs = std::filesystem;
 using namespace rombus;
 
+// Why a machine shows no FireWire bus at all, said alike by scan and scan --live.
+constexpr const char* NoStack = "The kernel's FireWire stack (the firewire-ohci and firewire-core "
+                                "modules) is not loaded, or the machine has no FireWire "
+                                "controller.";
+
 // The registry to read: the one given, which must be readable, or the one built with the tool.
 bool chooseRegistry(const Options& options, std::string& path) {
     std::error_code error;
@@ -50,13 +56,21 @@ bool chooseRegistry(const Options& options, std::string& path) {
     return true;
 }
 
-int report(const Inspection& inspection, const Options& options, const std::string& emptyText) {
+int report(Inspection inspection, const Options& options, const std::string& emptyText) {
     Layout layout = layoutOf(options.color);
     layout.dump = options.dump;
+    const bool found = !inspection.nodes.empty();
+    layout.hidden = keepSelected(inspection, options);
+    if (found && inspection.nodes.empty()) {
+        complain("no node matches" + (options.slot.empty() ? "" : " -s " + options.slot) +
+                 (options.ids.empty() ? "" : " -d " + options.ids));
+        return ExitNoNode;
+    }
     if (options.dump && options.format == Format::Json)
         complain("--dump is not part of the JSON report; the entries are, under \"entries\"");
-    const std::string text = options.format == Format::Json ? jsonText(jsonReport(inspection))
-                             : options.brief ? listing(inspection, emptyText, options.kernelDrivers)
+    const std::string text =
+        options.format == Format::Json ? jsonText(jsonReport(inspection, layout.hidden))
+        : options.brief ? listing(inspection, emptyText, options.numeric, options.kernelDrivers)
                                              : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
@@ -89,6 +103,7 @@ int runScan(const Options& options) {
     std::error_code error;
     std::shared_ptr<lib1394::RomImageBus> bus;
     std::vector<lib1394::BusCapture> buses;
+    std::string emptyText;
     if (options.live) {
         lib1394::LiveSetup setup;
         setup.folder = options.devFolder;
@@ -98,19 +113,23 @@ int runScan(const Options& options) {
                 complain(note);
             complain(options.devFolder +
                      ": no FireWire device files (fw*); --dev names the folder that holds them");
-            return ExitUsage;
         }
         buses = live->buses();
+        emptyText =
+            "No FireWire devices in " + options.devFolder + ": no fw* device file. " + NoStack;
         bus = live;
     } else if (!fs::is_directory(options.sysfsRoot, error)) {
         complain(options.sysfsRoot + ": no such folder (--sysfs names the root of a sysfs tree)");
         return ExitUsage;
     } else {
         bus = std::make_shared<lib1394::SysfsBus>(options.sysfsRoot, options.byteOrder);
+        emptyText = "No FireWire devices under " + options.sysfsRoot + ": " +
+                    (fs::is_directory(fs::path(options.sysfsRoot) / "bus/firewire", error)
+                         ? std::string("bus/firewire/devices lists no node.")
+                         : "there is no bus/firewire. " + std::string(NoStack));
     }
-    const int status = report(inspect(bus, settingsOf(options, registry, drivers)), options,
-                              "No FireWire devices under " + options.sysfsRoot +
-                                  " (bus/firewire/devices lists no node).");
+    const int status =
+        report(inspect(bus, settingsOf(options, registry, drivers)), options, emptyText);
     if (options.saveRoms.empty())
         return status;
     std::vector<std::string> problems = saveRoms(bus->ports(), options.saveRoms, options.overwrite);

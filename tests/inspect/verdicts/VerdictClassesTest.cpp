@@ -94,7 +94,7 @@ TEST(VerdictClasses, TheSummaryCountsNodesByVerdictTheWorstFirst) {
     ASSERT_EQ(inspection.nodes.size(), 5u);
     EXPECT_EQ(rombus::verdictOf(inspection.nodes[3]), NodeVerdict::AdvisoryOnly);
     EXPECT_EQ(rombus::verdictSummary(inspection.nodes),
-              "By verdict: 1 with faults, 1 permitted only, 1 advisories only, 2 clean.");
+              "By verdict: 1 with faults, 1 permitted only, 1 with advisories only, 2 clean.");
     EXPECT_EQ(rombus::verdictSummary({}), "");
     // A permitted record and an advisory fail a node only when strict.
     for (const auto& rom : {minimal, reserved.image()}) {
