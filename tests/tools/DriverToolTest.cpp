@@ -8,6 +8,7 @@
 #include "ReportSchema.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
 #include <sys/wait.h>
 
@@ -23,18 +24,8 @@ namespace fs = std::filesystem;
 using rombus_test::RomLayout;
 using testing::HasSubstr;
 
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readAll(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
+using rombus_test::Outcome;
+using rombus_test::readAll;
 
 uint64_t diceGuid(uint32_t company, uint32_t category, uint32_t product, uint32_t serial) {
     return uint64_t{company} << 40 | uint64_t{category} << 32 | uint64_t{product} << 22 | serial;
@@ -78,11 +69,8 @@ protected:
     }
 
     Outcome rombusPlain(const std::string& arguments) {
-        const fs::path out = folder_.path() / "stdout", err = folder_.path() / "stderr";
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments + " >'" +
-                                    out.string() + "' 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readAll(out), readAll(err)};
+        return rombus_test::runCommand(folder_,
+                                       std::string("'") + ROMBUS_BINARY + "' " + arguments);
     }
 
     rombus_test::TestFolder folder_;

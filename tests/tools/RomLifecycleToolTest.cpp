@@ -6,6 +6,7 @@
 
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 #include "rombus_support/TypicalRom.h"
 
 #include <sys/wait.h>
@@ -23,25 +24,17 @@ using testing::HasSubstr;
 
 const fs::path roms = ROMBUS_SOURCE_DIR "/tests/roms";
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
+using rombus_test::Outcome;
 
 class RomLifecycle : public ::testing::Test {
 protected:
     std::string read(const std::string& name) const {
-        std::ifstream in(folder_.path() / name, std::ios::binary);
-        std::ostringstream content;
-        content << in.rdbuf();
-        return content.str();
+        return rombus_test::readAll(folder_.path() / name);
     }
 
     Outcome rombus(const std::string& arguments) const {
-        const std::string command = std::string("cd '") + folder_.path().string() + "' && '" +
-                                    ROMBUS_BINARY + "' " + arguments + " >stdout 2>stderr";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read("stdout"), read("stderr")};
+        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
+                                       true);
     }
 
     // The JSON report of a check, without the node's source.

@@ -6,6 +6,7 @@
 
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,10 +23,7 @@ using nlohmann::json;
 using rombus_test::RomLayout;
 using testing::HasSubstr;
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
+using rombus_test::Outcome;
 
 std::string bytes(const std::vector<uint8_t>& rom) {
     return std::string(rom.begin(), rom.end());
@@ -52,17 +50,12 @@ std::vector<uint8_t> romWith(const std::string& text, bool spoilt) {
 class RomRewrite : public ::testing::Test {
 protected:
     std::string read(const std::string& name) const {
-        std::ifstream in(folder_.path() / name, std::ios::binary);
-        std::ostringstream content;
-        content << in.rdbuf();
-        return content.str();
+        return rombus_test::readAll(folder_.path() / name);
     }
 
     Outcome rombus(const std::string& arguments) const {
-        const std::string command = std::string("cd '") + folder_.path().string() + "' && '" +
-                                    ROMBUS_BINARY + "' " + arguments + " >stdout 2>stderr";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, read("stdout"), read("stderr")};
+        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
+                                       true);
     }
 
     mode_t modeOf(const std::string& name) const {
