@@ -384,6 +384,8 @@ void descriptionSeeds() {
     };
     for (const auto& [name, text] : descriptions)
         writeText("lifecycle", name, std::string("\x01") + text);
+}
+
 // The self-ID target's seeds: maps of a chain, a 16-port star and a 63-PHY bus, a map whose
 // length runs past its end, one with a loop in its port states, and a saved bus file.
 void selfIdSeeds() {
