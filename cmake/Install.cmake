@@ -28,6 +28,7 @@ install(FILES
     inspect/verdicts/Advisories.h
     inspect/verdicts/CrcCauses.h
     inspect/verdicts/Explanations.h
+    inspect/verdicts/VerdictClasses.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/verdicts COMPONENT development)
 install(FILES
     inspect/model/Inspection.h
@@ -38,11 +39,19 @@ install(FILES
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/model COMPONENT development)
 install(FILES
     inspect/knowledge/Sbp2Unit.h
+    inspect/knowledge/DeviceQuirks.h
+    inspect/knowledge/DriverMatch.h
+    inspect/knowledge/DriverTable.h
+    inspect/knowledge/NodeDrivers.h
+    inspect/knowledge/ProbeGates.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/knowledge COMPONENT development)
 install(FILES
     inspect/rom/RomDecoder.h
     inspect/rom/RomWalk.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/rom COMPONENT development)
+install(FILES
+    inspect/io/Registry.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect/io COMPONENT development)
 install(FILES
     inspect/Rombus.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rombus/inspect COMPONENT development)
