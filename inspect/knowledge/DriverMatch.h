@@ -11,7 +11,7 @@ namespace rombus {
 
 // An entry that names the unit's ids but one: the field that differs, the unit's value and the
 // entry's ("snd_bebob: model 010071h here, the table has 010070h").
-struct NearMiss {
+struct ROMBUS_API NearMiss {
     DriverId id;
     const char* field = "";
     uint32_t unitValue = 0;
