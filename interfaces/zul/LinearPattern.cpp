@@ -198,50 +198,49 @@ void LinearPattern::prepare() {
     for (Element& element : elements_)
         for (unsigned byte = 0; byte < 256; ++byte)
             element.takes[byte] = element.bytes[byte];
-    const bool lazyTail =
-        !elements_.empty() && elements_.back().min == 0 && elements_.back().unbounded;
-    eager_ = elements_.size() - (lazyTail ? 1 : 0);
+    for (size_t g = 0; g < groups(); ++g) {
+        marks_.push_back({groupFirsts_[g], 2 * g + 2});
+        marks_.push_back({groupEnds_[g], 2 * g + 3});
+    }
+    std::stable_sort(marks_.begin(), marks_.end(),
+                     [](const Mark& a, const Mark& b) { return a.element < b.element; });
+    lazyTail_ = !elements_.empty() && elements_.back().min == 0 && elements_.back().unbounded;
 }
 
-bool LinearPattern::matches(const char* subject, size_t length, size_t* ends) const {
+bool LinearPattern::matches(const char* subject, size_t length, std::vector<size_t>& spans) const {
+    // Every slot but the match's begin, always 0, is written below.
+    if (spans.size() != 2 * (groups() + 1) + 1)
+        spans.assign(2 * (groups() + 1) + 1, 0);
     const auto* bytes = reinterpret_cast<const unsigned char*>(subject);
-    const Element* element = elements_.data();
+    const size_t count = elements_.size() - (lazyTail_ ? 1 : 0);
+    auto mark = marks_.begin();
     size_t at = 0;
-    for (size_t i = 0; i < eager_; ++i, ++element) {
+    for (size_t i = 0; i < count; ++i) {
+        for (; mark != marks_.end() && mark->element == i; ++mark)
+            spans[mark->slot] = at;
+        const Element& element = elements_[i];
+        const size_t most = element.unbounded ? length : std::min(length, at + 1);
         const size_t from = at;
-        const bool* takes = element->takes.data();
-        if (element->unbounded) {
-            while (at != length && takes[bytes[at]])
-                ++at;
-        } else if (at != length && takes[bytes[at]]) {
+        while (at < most && element.takes[bytes[at]])
             ++at;
-        }
-        if (at - from < element->min)
+        if (at - from < element.min)
             return false;
-        ends[i] = at;
     }
+    for (; mark != marks_.end(); ++mark)
+        spans[mark->slot] = mark->element == elements_.size() && lazyTail_ ? Unresolved : at;
+    spans[1] = lazyTail_ ? Unresolved : at;
+    spans.back() = at;
     return true;
 }
 
-size_t LinearPattern::after(size_t count, const char* subject, size_t length,
-                            const size_t* ends) const {
-    if (count == 0)
-        return 0;
-    if (count <= eager_)
-        return ends[count - 1];
-    // The lazy last element: it takes every byte of its class from where the others ended.
-    const bool* takes = elements_.back().takes.data();
-    size_t end = eager_ == 0 ? 0 : ends[eager_ - 1];
-    while (end < length && takes[static_cast<unsigned char>(subject[end])])
+size_t LinearPattern::restOf(const char* subject, size_t length, size_t begin) const {
+    if (!lazyTail_)
+        return begin;
+    const ByteSet& bytes = elements_.back().bytes;
+    size_t end = begin;
+    while (end < length && bytes[static_cast<unsigned char>(subject[end])])
         ++end;
     return end;
-}
-
-std::pair<size_t, size_t> LinearPattern::span(unsigned group, const char* subject, size_t length,
-                                              const size_t* ends) const {
-    const size_t first = group == 0 ? 0 : groupFirsts_[group - 1];
-    const size_t end = group == 0 ? elements_.size() : groupEnds_[group - 1];
-    return {after(first, subject, length, ends), after(end, subject, length, ends)};
 }
 
 } // namespace zul

@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace zul {
@@ -31,17 +30,17 @@ public:
 
     // The capture groups, not counting the whole match.
     unsigned groups() const { return static_cast<unsigned>(groupEnds_.size()); }
-    // The offsets a match records: one per element.
-    size_t elements() const { return elements_.size(); }
 
-    // Matches at the start of a subject. ends gets, for each element but a lazy last one, the
-    // offset where its match ends; the groups' spans follow from them (span). An unbounded last
-    // element that may match nothing always matches, so it is not read until a group that ends
-    // with it is asked for.
-    bool matches(const char* subject, size_t length, size_t* ends) const;
-    // The begin and end of a group (0 for the whole match) of a match that recorded ends.
-    std::pair<size_t, size_t> span(unsigned group, const char* subject, size_t length,
-                                   const size_t* ends) const;
+    // An end that the lazy last element decides, found by restOf.
+    static constexpr size_t Unresolved = SIZE_MAX;
+
+    // Matches at the start of a subject. spans gets the begin and end of the whole match and of
+    // each group (2 * (groups() + 1) offsets), then where the last element begins. An unbounded
+    // last element that may match nothing always matches: the ends it decides are Unresolved
+    // until restOf finds them, so that a match whose tail is never asked for never reads it.
+    bool matches(const char* subject, size_t length, std::vector<size_t>& spans) const;
+    // Where the lazy last element's match ends, from where it begins.
+    size_t restOf(const char* subject, size_t length, size_t begin) const;
 
 private:
     using ByteSet = std::bitset<256>;
@@ -52,17 +51,22 @@ private:
         bool unbounded = false;
         std::array<bool, 256> takes{}; // bytes as a table, for the match's inner loop
     };
+    // Where a group's begin or end is taken: before the element at an index, into a slot of
+    // the spans.
+    struct Mark {
+        size_t element;
+        size_t slot;
+    };
     class Parser;
 
     bool exact() const;
     void prepare();
-    // The offset after the first count elements of a match.
-    size_t after(size_t count, const char* subject, size_t length, const size_t* ends) const;
 
     std::vector<Element> elements_;
     // Per group, the elements it spans: [first, end).
     std::vector<size_t> groupFirsts_, groupEnds_;
-    size_t eager_ = 0; // the elements matched by matches: all but a lazy last one
+    bool lazyTail_ = false;
+    std::vector<Mark> marks_; // in the order of their elements
 };
 
 } // namespace zul

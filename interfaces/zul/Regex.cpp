@@ -99,8 +99,6 @@ size_t Regex::sharedCount() {
 Matcher::Matcher(const Regex& regex) : compiled_(regex.compiled_) {
     if (compiled_->code)
         matchData_ = pcre2_match_data_create_from_pattern(compiled_->code, nullptr);
-    if (compiled_->linear)
-        ends_.resize(compiled_->linear->elements());
 }
 
 Matcher::~Matcher() {
@@ -114,7 +112,7 @@ bool Matcher::matches(const char* subject, size_t length) {
     subject_ = subject;
     length_ = length;
     if (const std::optional<LinearPattern>& linear = compiled_->linear) {
-        groups_ = linear->matches(subject, length, ends_.data()) ? linear->groups() + 1 : 0;
+        groups_ = linear->matches(subject, length, spans_) ? linear->groups() + 1 : 0;
         return groups_ > 0;
     }
     auto* data = static_cast<pcre2_match_data*>(matchData_);
@@ -130,7 +128,13 @@ String Matcher::group(unsigned index) const {
     if (static_cast<int>(index) >= groups_)
         return String();
     if (const std::optional<LinearPattern>& linear = compiled_->linear) {
-        const auto [begin, end] = linear->span(index, subject_, length_, ends_.data());
+        const auto resolved = [&](size_t at) {
+            return at == LinearPattern::Unresolved
+                       ? linear->restOf(subject_, length_, spans_.back())
+                       : at;
+        };
+        const size_t begin = resolved(spans_[2 * index]);
+        const size_t end = resolved(spans_[2 * index + 1]);
         return String(subject_ + begin, end - begin);
     }
     PCRE2_SIZE* ovector = pcre2_get_ovector_pointer(static_cast<pcre2_match_data*>(matchData_));

@@ -60,7 +60,7 @@ private:
     const char* subject_ = nullptr;
     size_t length_ = 0;
     int groups_ = 0;
-    std::vector<size_t> ends_; // a pattern matched in one pass: where its elements' matches end
+    std::vector<size_t> spans_; // a pattern matched in one pass: its groups' offsets
 };
 
 } // namespace zul

@@ -86,12 +86,17 @@ std::vector<std::string> pcre2Groups(const char* pattern, const std::string& sub
 
 // The same through a plan, its lazy ends found as a matcher finds them.
 std::vector<std::string> planGroups(const zul::LinearPattern& plan, const std::string& subject) {
-    std::vector<size_t> ends(plan.elements());
-    if (!plan.matches(subject.data(), subject.size(), ends.data()))
+    std::vector<size_t> spans;
+    if (!plan.matches(subject.data(), subject.size(), spans))
         return {};
+    const auto resolved = [&](size_t at) {
+        return at == zul::LinearPattern::Unresolved
+                   ? plan.restOf(subject.data(), subject.size(), spans.back())
+                   : at;
+    };
     std::vector<std::string> groups;
     for (unsigned group = 0; group <= plan.groups(); ++group) {
-        const auto [begin, end] = plan.span(group, subject.data(), subject.size(), ends.data());
+        const size_t begin = resolved(spans[2 * group]), end = resolved(spans[2 * group + 1]);
         groups.push_back(subject.substr(begin, end - begin));
     }
     return groups;
