@@ -9,7 +9,7 @@ namespace {
 
 using json = nlohmann::ordered_json;
 
-constexpr int BusFormatVersion = 1;
+constexpr int BusFormatVersion = 2;
 
 std::string hex(uint64_t value, int digits) {
     char text[24];

@@ -9,7 +9,7 @@
 namespace rombus {
 
 // The version of the report's format, raised whenever a field changes its meaning or goes away.
-constexpr int FormatVersion = 2;
+constexpr int FormatVersion = 3;
 
 // The enumeration as one JSON object, described by doc/rombus-report.schema.json: "formatVersion",
 // "ok" (every node read without a problem), "result" (the enumeration's own result), "devices"
