@@ -1,6 +1,7 @@
 #include "inspect/io/Registry.h"
 
 #include "lib1394/RegularFile.h"
+#include "lib1394/Utf8Text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -33,12 +34,18 @@ bool parseId(const std::string& text, uint32_t& id) {
     return true;
 }
 
-// The name on one line: control characters become blanks, runs of blanks one blank, no blank at
-// either end, and at most MaxNameBytes bytes, cut between two UTF-8 characters.
+// The name on one line: control characters (C0 and C1) become blanks, runs of blanks one blank, no
+// blank at either end, and at most MaxNameBytes bytes, cut between two UTF-8 characters.
 std::string cleanName(const std::string& raw) {
     std::string name;
-    for (char c : raw) {
-        const bool blank = static_cast<unsigned char>(c) < 0x20 || c == ' ' || c == 0x7F;
+    for (size_t i = 0; i < raw.size(); ++i) {
+        const char c = raw[i];
+        // A C1 control character is C2h and a byte of 80h to 9Fh in UTF-8.
+        const bool c1 = c == '\xC2' && i + 1 < raw.size() &&
+                        static_cast<unsigned char>(raw[i + 1]) < 0xA0 &&
+                        static_cast<unsigned char>(raw[i + 1]) >= 0x80;
+        i += c1 ? 1 : 0;
+        const bool blank = static_cast<unsigned char>(c) < 0x20 || c == ' ' || c == 0x7F || c1;
         if (!blank)
             name += c;
         else if (!name.empty() && name.back() != ' ')
@@ -283,6 +290,16 @@ bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entri
         error = path + ": " + (notRegular.empty() ? "cannot be opened" : notRegular);
         return false;
     }
+    // A name is text: a file that is not (an image, an archive, another encoding) is refused
+    // whole rather than read for whatever lines it seems to hold.
+    const std::string fault = lib1394::textFault(in, lib1394::C1Controls::Taken);
+    if (!fault.empty() && !in.bad()) {
+        error = path + ": is not text: " + fault +
+                "; the IEEE registry is oui.txt or oui.csv, in UTF-8";
+        return false;
+    }
+    in.clear();
+    in.seekg(0);
     entries = parseStream(in);
     if (in.bad()) {
         error = path + ": cannot be read";
