@@ -77,6 +77,15 @@ constexpr size_t MaxFieldBytes = 4096;
 constexpr size_t MaxFields = 64;
 constexpr const char* TextMarker = "(base 16)";
 
+// Why a registry file is not text, naming the first byte that is not; empty when it is. Leaves
+// the stream at its beginning.
+std::string textFault(std::istream& in) {
+    const std::string fault = lib1394::textFault(in, lib1394::C1Controls::Taken);
+    in.clear();
+    in.seekg(0);
+    return in.bad() ? std::string() : fault;
+}
+
 // The first name read for each identifier, in identifier order.
 using EntriesById = std::map<uint32_t, std::string>;
 
@@ -220,12 +229,18 @@ std::vector<LongAssignment> parseLongAssignments(const std::string& content) {
     return parseLongStream(in);
 }
 
-std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths) {
+std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths,
+                                                std::vector<std::string>& problems) {
     std::vector<LongAssignment> all;
     for (const std::string& path : paths) {
         std::ifstream in;
         if (lib1394::notRegularFile(path).empty())
             in.open(path, std::ios::binary);
+        const std::string fault = in ? textFault(in) : std::string();
+        if (!fault.empty()) {
+            problems.push_back(path + ": is not text: " + fault + "; its assignments are left out");
+            continue;
+        }
         for (LongAssignment& each : parseLongStream(in))
             all.push_back(std::move(each));
     }
@@ -292,14 +307,11 @@ bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entri
     }
     // A name is text: a file that is not (an image, an archive, another encoding) is refused
     // whole rather than read for whatever lines it seems to hold.
-    const std::string fault = lib1394::textFault(in, lib1394::C1Controls::Taken);
-    if (!fault.empty() && !in.bad()) {
+    if (const std::string fault = textFault(in); !fault.empty()) {
         error = path + ": is not text: " + fault +
                 "; the IEEE registry is oui.txt or oui.csv, in UTF-8";
         return false;
     }
-    in.clear();
-    in.seekg(0);
     entries = parseStream(in);
     if (in.bad()) {
         error = path + ": cannot be read";

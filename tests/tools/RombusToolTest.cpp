@@ -774,6 +774,14 @@ TEST_F(RombusTool, RegistryImportTakesTextAloneAndKeepsNamesInUtf8) {
         EXPECT_EQ(run.out, "") << from;
         EXPECT_THAT(run.err, HasSubstr(from + message));
     }
+    // The longer assignments beside a registry, when not text, are left out by name; the report
+    // is whole.
+    const std::string assignments = write("ieee-assignments.csv", std::string("MA-M\0\1", 6));
+    const Outcome check = registered("check " + sampleDisk);
+    EXPECT_EQ(check.status, 0) << check.err;
+    EXPECT_THAT(check.out, HasSubstr("config_rom"));
+    EXPECT_THAT(check.err, HasSubstr(assignments + ": is not text: byte 4 is a NUL byte; its "
+                                                   "assignments are left out"));
 }
 
 TEST_F(RombusTool, WithoutRegistryTheOneBuiltFromIeeeDataNamesTheVendors) {
