@@ -4,8 +4,10 @@
 #include "FuzzInput.h"
 #include "inspect/io/BusFile.h"
 #include "rombus_support/BusShapes.h"
+#include "rombus_support/OverlappingRoms.h"
 #include "rombus_support/TypicalRom.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -384,6 +386,13 @@ void descriptionSeeds() {
     };
     for (const auto& [name, text] : descriptions)
         writeText("lifecycle", name, std::string("\x01") + text);
+    writeText("lifecycle", "description-deep",
+              "\x01guid: 1\nroot:\n  - unit: " + std::string(600, '[') + "\n");
+    // ROMs whose blocks share quadlets, each described once.
+    for (auto [name, rom] : rombus_test::overlappingRoms()) {
+        std::replace(name.begin(), name.end(), ' ', '-');
+        writeBytes(root / "lifecycle" / ("overlap-" + name), std::string(1, '\0'), rom);
+    }
 }
 
 // The self-ID target's seeds: maps of a chain, a 16-port star and a 63-PHY bus, a map whose

@@ -1,6 +1,7 @@
 #include "inspect/io/Registry.h"
 
 #include "lib1394/RegularFile.h"
+#include "lib1394/Utf8Text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -33,12 +34,18 @@ bool parseId(const std::string& text, uint32_t& id) {
     return true;
 }
 
-// The name on one line: control characters become blanks, runs of blanks one blank, no blank at
-// either end, and at most MaxNameBytes bytes, cut between two UTF-8 characters.
+// The name on one line: control characters (C0 and C1) become blanks, runs of blanks one blank, no
+// blank at either end, and at most MaxNameBytes bytes, cut between two UTF-8 characters.
 std::string cleanName(const std::string& raw) {
     std::string name;
-    for (char c : raw) {
-        const bool blank = static_cast<unsigned char>(c) < 0x20 || c == ' ' || c == 0x7F;
+    for (size_t i = 0; i < raw.size(); ++i) {
+        const char c = raw[i];
+        // A C1 control character is C2h and a byte of 80h to 9Fh in UTF-8.
+        const bool c1 = c == '\xC2' && i + 1 < raw.size() &&
+                        static_cast<unsigned char>(raw[i + 1]) < 0xA0 &&
+                        static_cast<unsigned char>(raw[i + 1]) >= 0x80;
+        i += c1 ? 1 : 0;
+        const bool blank = static_cast<unsigned char>(c) < 0x20 || c == ' ' || c == 0x7F || c1;
         if (!blank)
             name += c;
         else if (!name.empty() && name.back() != ' ')
@@ -69,6 +76,15 @@ std::string trim(const std::string& text) {
 constexpr size_t MaxFieldBytes = 4096;
 constexpr size_t MaxFields = 64;
 constexpr const char* TextMarker = "(base 16)";
+
+// Why a registry file is not text, naming the first byte that is not; empty when it is. Leaves
+// the stream at its beginning.
+std::string textFault(std::istream& in) {
+    const std::string fault = lib1394::textFault(in, lib1394::C1Controls::Taken);
+    in.clear();
+    in.seekg(0);
+    return in.bad() ? std::string() : fault;
+}
 
 // The first name read for each identifier, in identifier order.
 using EntriesById = std::map<uint32_t, std::string>;
@@ -213,12 +229,18 @@ std::vector<LongAssignment> parseLongAssignments(const std::string& content) {
     return parseLongStream(in);
 }
 
-std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths) {
+std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths,
+                                                std::vector<std::string>& problems) {
     std::vector<LongAssignment> all;
     for (const std::string& path : paths) {
         std::ifstream in;
         if (lib1394::notRegularFile(path).empty())
             in.open(path, std::ios::binary);
+        const std::string fault = in ? textFault(in) : std::string();
+        if (!fault.empty()) {
+            problems.push_back(path + ": is not text: " + fault + "; its assignments are left out");
+            continue;
+        }
         for (LongAssignment& each : parseLongStream(in))
             all.push_back(std::move(each));
     }
@@ -281,6 +303,13 @@ bool readIeeeRegistry(const std::string& path, std::vector<RegistryEntry>& entri
         in.open(path, std::ios::binary);
     if (!notRegular.empty() || !in) {
         error = path + ": " + (notRegular.empty() ? "cannot be opened" : notRegular);
+        return false;
+    }
+    // A name is text: a file that is not (an image, an archive, another encoding) is refused
+    // whole rather than read for whatever lines it seems to hold.
+    if (const std::string fault = textFault(in); !fault.empty()) {
+        error = path + ": is not text: " + fault +
+                "; the IEEE registry is oui.txt or oui.csv, in UTF-8";
         return false;
     }
     entries = parseStream(in);

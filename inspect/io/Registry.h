@@ -38,9 +38,11 @@ struct LongAssignment {
 };
 
 // The longer assignments of CSV files as ieee-data ships them (mam.csv, oui36.csv, iab.csv) or
-// as formatLongAssignments writes them; 24-bit ids and files that cannot be read are passed by.
+// as formatLongAssignments writes them; 24-bit ids and files that cannot be opened are passed
+// by. A file that is not text is passed by too, with a sentence naming it in problems.
 ROMBUS_API std::vector<LongAssignment> parseLongAssignments(const std::string& content);
-ROMBUS_API std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths);
+ROMBUS_API std::vector<LongAssignment> readLongAssignments(const std::vector<std::string>& paths,
+                                                           std::vector<std::string>& problems);
 
 // The tool's own file of them, beside the module's registry: CSV of Registry (MA-M for 28 bits,
 // MA-S for 36), Assignment and Organization Name, in the order of length and prefix.

@@ -33,7 +33,8 @@ std::vector<uint32_t> leafOf(const YAML::Node& value) {
     if (!value.IsSequence())
         throw DescriptionError(value, "a leaf is a text or a list of quadlets");
     if (value.size() > MaxQuadlets)
-        throw DescriptionError(value, "the ROM would hold more than 256 quadlets");
+        throw DescriptionError(value, "the blocks described take more than 256 quadlets, more than "
+                                      "a ROM holds");
     std::vector<uint32_t> body;
     for (const YAML::Node& quadlet : value)
         body.push_back(static_cast<uint32_t>(numberOf(quadlet, 0xFFFFFFFF, "a leaf quadlet")));

@@ -51,15 +51,18 @@ struct Entry {
     }
 };
 
-// The quadlets the entries read so far take: a ROM holds 256 at most, so that neither aliases
-// that refer to themselves nor directories nested without end can take the reader further.
+// The quadlets the entries read so far take, each block in full: a ROM holds 256 at most, so that
+// neither aliases that refer to themselves nor directories nested without end can take the
+// reader further. A ROM's own description gives each quadlet once (a block that overlaps one
+// described before is its entry's value), so it never takes more than the ROM.
 struct Budget {
     size_t spent = 0;
 
     void spend(const YAML::Node& node, size_t quadlets) {
         spent += quadlets;
         if (spent > MaxQuadlets)
-            throw DescriptionError(node, "the ROM would hold more than 256 quadlets");
+            throw DescriptionError(node, "the blocks described take more than 256 quadlets, "
+                                         "more than a ROM holds");
     }
 };
 

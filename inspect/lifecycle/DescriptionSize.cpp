@@ -15,7 +15,14 @@ namespace {
 // takes at most 16 nodes.
 constexpr size_t MaxNodes = 16 * MaxQuadlets;
 
-// Counts the nodes as the parser meets them, and stops it at the first one too many.
+// The deepest a ROM of 256 quadlets nests: the document, root and an entry, then for each
+// directory within a directory (its entry and header take two quadlets, so 125 at most) its
+// block, its entries and an entry, then a leaf's block and quadlets: 380 levels. The parser
+// stops by itself at 500, saying only "bad file".
+constexpr size_t MaxDepth = 400;
+
+// Counts the nodes and the depth of the collections as the parser meets them, and stops it at the
+// first node too many or too deep, before it nests any further.
 class NodeCounter : public YAML::EventHandler {
 public:
     void OnDocumentStart(const YAML::Mark&) override {}
@@ -28,14 +35,14 @@ public:
     }
     void OnSequenceStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t,
                          YAML::EmitterStyle::value) override {
-        count(mark);
+        open(mark);
     }
-    void OnSequenceEnd() override {}
+    void OnSequenceEnd() override { --depth_; }
     void OnMapStart(const YAML::Mark& mark, const std::string&, YAML::anchor_t,
                     YAML::EmitterStyle::value) override {
-        count(mark);
+        open(mark);
     }
-    void OnMapEnd() override {}
+    void OnMapEnd() override { --depth_; }
 
 private:
     void count(const YAML::Mark& mark) {
@@ -46,7 +53,17 @@ private:
                                             mark.line + 1, MaxNodes));
     }
 
+    void open(const YAML::Mark& mark) {
+        count(mark);
+        if (++depth_ > MaxDepth)
+            throw std::runtime_error(format("line %d: the description nests lists and maps more "
+                                            "than %zu deep, deeper than a ROM of 256 quadlets "
+                                            "needs",
+                                            mark.line + 1, MaxDepth));
+    }
+
     size_t nodes_ = 0;
+    size_t depth_ = 0;
 };
 
 } // namespace

@@ -41,6 +41,10 @@ public:
         : rom_(rom), explicitLayout_(explicitLayout) {
         for (const decode::RomBlock& block : rom.blocks)
             blocks_.emplace(block.offset, &block);
+        // The bus information block holds its fields alone; the quadlets its CRC covers beyond
+        // them are other blocks' or unreferenced.
+        std::fill(held_.begin(), held_.begin() + std::min(held_.size(), size_t{BusInfoQuadlets}),
+                  true);
     }
 
     std::string text() {
@@ -50,6 +54,8 @@ public:
         if (first >> 24 == MinimalInfoLength)
             return out_ + format("minimal_vendor_id: 0x%06X\n", first & MaxValue);
         busInfo(first);
+        if (const auto root = blocks_.find(decode::RootDirectoryOffset); root != blocks_.end())
+            hold(*root->second);
         if (const std::string crc = wrongCrc(decode::RootDirectoryOffset); !crc.empty())
             out_ += "root_crc: " + crc + "\n";
         out_ += rom_.root.empty() ? "root: []\n" : "root:\n";
@@ -92,7 +98,7 @@ private:
             }
             const auto block =
                 entry.target && !entry.repeated ? blocks_.find(*entry.target) : blocks_.end();
-            if (block == blocks_.end()) {
+            if (block == blocks_.end() || !hold(*block->second)) {
                 out_ += format(" {value: 0x%06X}", entry.value) + comment(entry, token);
                 continue;
             }
@@ -137,28 +143,29 @@ private:
         out_ += (value[0] == '"' ? "text: " : "quadlets: ") + value + "}" + comment(entry, token);
     }
 
-    // The quadlets no block holds, in runs: "unreferenced: {0x60: [...]}".
+    // Takes the block's quadlets as described, unless a block described before holds one of
+    // them: blocks that overlap are described once, the first written in full, the others by
+    // their entry's value, so that no quadlet is described, counted or built twice.
+    bool hold(const decode::RomBlock& block) {
+        const auto first = held_.begin() + block.offset / 4;
+        const auto last = first + 1 + block.available;
+        if (std::find(first, last, true) != last)
+            return false;
+        std::fill(first, last, true);
+        return true;
+    }
+
+    // The quadlets no block described holds, in runs: "unreferenced: {0x60: [...]}".
     void unreferenced() {
-        std::vector<bool> held(rom_.quadlets(), false);
-        const auto hold = [&held](uint32_t first, uint32_t count) {
-            for (uint32_t q = first; q < first + count && q < held.size(); ++q)
-                held[q] = true;
-        };
-        hold(0, BusInfoQuadlets);
-        // The bus information block holds its fields alone; the quadlets its CRC covers beyond
-        // them are other blocks' or unreferenced.
-        for (const decode::RomBlock& block : rom_.blocks)
-            if (block.kind != decode::BlockKind::BusInfo)
-                hold(block.offset / 4, 1 + block.available);
         std::string runs;
-        for (uint32_t q = 0; q < held.size();) {
-            if (held[q]) {
+        for (uint32_t q = 0; q < held_.size();) {
+            if (held_[q]) {
                 ++q;
                 continue;
             }
             std::vector<uint32_t> run;
             const uint32_t first = q;
-            for (; q < held.size() && !held[q]; ++q)
+            for (; q < held_.size() && !held_[q]; ++q)
                 run.push_back(*decode::quadletAt(rom_.rom, 4 * q));
             runs += format("  0x%X: ", 4 * first) + quadletList(run) + "\n";
         }
@@ -204,6 +211,7 @@ private:
     const decode::DecodedRom& rom_;
     bool explicitLayout_;
     std::map<uint32_t, const decode::RomBlock*> blocks_;
+    std::vector<bool> held_ = std::vector<bool>(rom_.quadlets(), false); // quadlets described
     std::string out_;
 };
 

@@ -192,7 +192,8 @@ TEST_F(RomRewrite, BuildNeverWritesOverItsOwnDescription) {
     folder_.write("rom.bin", bytes(romWith("Acme", false)));
     const Outcome binary = rombus("build rom.bin -o out.rom");
     EXPECT_EQ(binary.status, 2);
-    EXPECT_EQ(binary.err, "rombus: rom.bin: is not text; a description is YAML in UTF-8\n");
+    EXPECT_EQ(binary.err, "rombus: rom.bin: is not text (byte 0 is the control character U+0004); "
+                          "a description is YAML in UTF-8\n");
     EXPECT_FALSE(fs::exists(folder_.path() / "out.rom"));
 }
 

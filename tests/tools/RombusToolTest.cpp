@@ -740,6 +740,50 @@ TEST_F(RombusTool, RegistryImportWritesTheModulesFormat) {
     }
 }
 
+TEST_F(RombusTool, RegistryImportTakesTextAloneAndKeepsNamesInUtf8) {
+    // Names beyond ASCII, and a C1 control where a name was converted twice, as the IEEE's
+    // files hold them: imported, the control a blank.
+    const std::string header = "Registry,Assignment,Organization Name,Organization Address\n";
+    const std::string utf8 =
+        write("oui.csv", header + "MA-L,0030E0,Soci\xC3\xA9t\xC3\xA9 \xC3\x89lectronique,"
+                                  "M\xC3\xBCnchen\n"
+                                  "MA-L,080028,\xE6\x97\xA5\xE6\x9C\xAC \xE9\x9B\xBB\xE6\xB0\x97,"
+                                  "\xC3\x83\xC2\x9Dstanbul\n"
+                                  "MA-L,0050C2,Sindoma \xC3\x83\xC2\x9Dn,x\n");
+    const Outcome imported = rombus("registry import --from " + utf8);
+    EXPECT_EQ(imported.status, 0) << imported.err;
+    EXPECT_EQ(imported.out, "0030E0 Soci\xC3\xA9t\xC3\xA9 \xC3\x89lectronique\n"
+                            "0050C2 Sindoma \xC3\x83 n\n"
+                            "080028 \xE6\x97\xA5\xE6\x9C\xAC \xE9\x9B\xBB\xE6\xB0\x97\n");
+    // A file that is not text is refused whole, naming the byte, however many lines it seems
+    // to hold: Latin-1, a NUL among the lines, a binary file that happens to hold a line.
+    const std::string lines = header + "MA-L,080028,Texas Instruments,Dallas\n";
+    const std::pair<std::string, std::string> refused[] = {
+        {write("latin1.csv", lines + "MA-L,0030E0,Soci\xE9t\xE9,x\n"),
+         ": is not text: byte 112 (E9h) begins no well-formed UTF-8; the IEEE registry is "
+         "oui.txt or oui.csv, in UTF-8"},
+        {write("nul.csv", lines + std::string("MA-L,0030E0,A\0B,x\n", 19)),
+         ": is not text: byte 109 is a NUL byte"},
+        {write("image.txt",
+               std::string("\x89PNG\r\n\x1A\n", 8) + "080028     (base 16)\t\tTexas Instruments\n"),
+         ": is not text: byte 0 (89h) begins no well-formed UTF-8"},
+    };
+    for (const auto& [from, message] : refused) {
+        const Outcome run = rombus("registry import --from " + from);
+        EXPECT_EQ(run.status, 2) << from;
+        EXPECT_EQ(run.out, "") << from;
+        EXPECT_THAT(run.err, HasSubstr(from + message));
+    }
+    // The longer assignments beside a registry, when not text, are left out by name; the report
+    // is whole.
+    const std::string assignments = write("ieee-assignments.csv", std::string("MA-M\0\1", 6));
+    const Outcome check = registered("check " + sampleDisk);
+    EXPECT_EQ(check.status, 0) << check.err;
+    EXPECT_THAT(check.out, HasSubstr("config_rom"));
+    EXPECT_THAT(check.err, HasSubstr(assignments + ": is not text: byte 4 is a NUL byte; its "
+                                                   "assignments are left out"));
+}
+
 TEST_F(RombusTool, WithoutRegistryTheOneBuiltFromIeeeDataNamesTheVendors) {
     const fs::path built =
         fs::path(ROMBUS_BINARY).parent_path().parent_path() / "share/rombus/oui-registry.txt";

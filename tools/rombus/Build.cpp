@@ -42,8 +42,8 @@ int runBuild(const Options& options) {
         complain(path + ": " + file.error);
         return ExitUsage;
     }
-    if (!lib1394::isTextContent(file.content)) {
-        complain(path + ": is not text; a description is YAML in UTF-8");
+    if (const std::string fault = lib1394::textFault(file.content); !fault.empty()) {
+        complain(path + ": is not text (" + fault + "); a description is YAML in UTF-8");
         return ExitUsage;
     }
     std::string mistake;

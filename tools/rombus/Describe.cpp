@@ -9,11 +9,12 @@ namespace {
 const char* const describeFooter =
     "Writes a ROM image as a description in YAML, the form 'rombus build' reads: bus_info\n"
     "fields, guid, and the root directory as a list of entries, in canonical layout when the\n"
-    "ROM is in it; otherwise blocks at their offsets (at), shared blocks and targets outside\n"
-    "the ROM by value, wrong CRCs (crc, root_crc) and data no entry reaches (unreferenced)\n"
-    "as they stand. A ROM no description builds again byte for byte (a block past the end,\n"
-    "an info_length other than 4) is refused with the reason. Exit status: 0 described, 1\n"
-    "refused, 2 the input cannot be read.\n";
+    "ROM is in it; otherwise blocks at their offsets (at), shared or overlapping blocks and\n"
+    "targets outside the ROM by value (each quadlet is described once), wrong CRCs (crc,\n"
+    "root_crc) and data no entry reaches (unreferenced) as they stand. A ROM no description\n"
+    "builds again byte for byte (a block past the end, an info_length other than 4) is\n"
+    "refused with the reason. Exit status: 0 described, 1 refused, 2 the input cannot be\n"
+    "read.\n";
 
 int runDescribe(const Options& options) {
     const lib1394::ImageFile image = readImage(options.files[0], options.byteOrder);

@@ -71,7 +71,7 @@ int report(Inspection inspection, const Options& options, const std::string& emp
     const std::string text =
         options.format == Format::Json ? jsonText(jsonReport(inspection, layout.hidden))
         : options.brief ? listing(inspection, emptyText, options.numeric, options.kernelDrivers)
-                                             : textReport(inspection, emptyText, layout);
+                        : textReport(inspection, emptyText, layout);
     if (!writeOut(text))
         return ExitUsage;
     if (hasProblems(inspection))
@@ -89,9 +89,12 @@ Settings settingsOf(const Options& options, const std::string& registry,
     settings.drivers = std::move(drivers);
     const std::string assignments = longAssignmentsPath(registry);
     std::error_code error;
+    std::vector<std::string> problems;
     if (fs::exists(assignments, error))
-        settings.assignments =
-            std::make_shared<const std::vector<LongAssignment>>(readLongAssignments({assignments}));
+        settings.assignments = std::make_shared<const std::vector<LongAssignment>>(
+            readLongAssignments({assignments}, problems));
+    for (const std::string& problem : problems)
+        complain(problem);
     return settings;
 }
 
@@ -181,11 +184,14 @@ int runImport(const Options& options) {
         fs::create_directories(parent, fsError);
     // The MA-M, MA-S and IAB assignments go beside it, for the tool alone: the module's registry
     // holds 24-bit company ids only.
-    const std::string longer = formatLongAssignments(readLongAssignments(longAssignmentSources()));
-    return writeFile(options.importTo, registry) &&
-                   writeFile(longAssignmentsPath(options.importTo), longer)
-               ? ExitClean
-               : ExitUsage;
+    std::vector<std::string> problems;
+    const std::string longer =
+        formatLongAssignments(readLongAssignments(longAssignmentSources(), problems));
+    for (const std::string& problem : problems)
+        complain(problem);
+    const bool written = writeFile(options.importTo, registry) &&
+                         writeFile(longAssignmentsPath(options.importTo), longer);
+    return written && problems.empty() ? ExitClean : ExitUsage;
 }
 
 } // namespace

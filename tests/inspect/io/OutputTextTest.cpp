@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sstream>
 #include <string>
 
 namespace {
@@ -72,6 +73,32 @@ TEST(Utf8Text, TextIsWellFormedUtf8WithoutControlsButWhiteSpace) {
     EXPECT_EQ(code, 0x10FFFFu);
     EXPECT_EQ(lib1394::utf8SequenceAt("x\xE2\x82\xAC", 1, code), 3u);
     EXPECT_EQ(code, 0x20ACu);
+}
+
+TEST(Utf8Text, AStreamIsCheckedPieceByPieceAndItsFaultNamesTheByte) {
+    using lib1394::C1Controls;
+    const auto fault = [](const std::string& content, C1Controls c1) {
+        std::istringstream in(content);
+        return lib1394::textFault(in, c1);
+    };
+    // A euro sign across every boundary of the 64 KiB pieces the stream is read in.
+    for (size_t before = 65530; before <= 65536; ++before) {
+        const std::string text = std::string(before, 'a') + "\xE2\x82\xAC\n";
+        EXPECT_EQ(fault(text, C1Controls::Refused), "") << before;
+        EXPECT_EQ(fault(text.substr(0, text.size() - 2), C1Controls::Refused),
+                  "byte " + std::to_string(before) + " (E2h) begins no well-formed UTF-8")
+            << before;
+    }
+    const std::string far = std::string(200000, 'a');
+    EXPECT_EQ(fault(far + std::string(1, '\0'), C1Controls::Refused), "byte 200000 is a NUL byte");
+    EXPECT_EQ(fault(far + "\x1B[0m", C1Controls::Refused),
+              "byte 200000 is the control character U+001B");
+    // C1 controls are text only where they are taken.
+    EXPECT_EQ(fault("\xC3\x9D \xC2\x9D", C1Controls::Refused),
+              "byte 3 is the control character U+009D");
+    EXPECT_EQ(fault("\xC3\x9D \xC2\x9D", C1Controls::Taken), "");
+    EXPECT_EQ(lib1394::textFault("caf\xE9"), "byte 3 (E9h) begins no well-formed UTF-8");
+    EXPECT_EQ(lib1394::textFault("r\xC3\xA9sum\xC3\xA9\r\n"), "");
 }
 
 } // namespace

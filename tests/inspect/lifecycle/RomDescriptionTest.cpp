@@ -3,6 +3,7 @@
 #include "lib1394/ImageFile.h"
 
 #include "rombus_support/HostileRoms.h"
+#include "rombus_support/OverlappingRoms.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TypicalRom.h"
 
@@ -90,6 +91,40 @@ TEST(RomDescription, DescribeThenBuildGivesBackEveryRomByteForByte) {
     }
 }
 
+// Every "0x" number of the description: quadlets, entry values and offsets alike.
+size_t hexNumbers(const std::string& text) {
+    size_t count = 0;
+    for (size_t at = text.find("0x"); at != std::string::npos; at = text.find("0x", at + 2))
+        ++count;
+    return count;
+}
+
+TEST(RomDescription, BlocksThatOverlapAreDescribedOnceAndBuiltAgain) {
+    for (const auto& [name, rom] : rombus_test::overlappingRoms()) {
+        std::string why;
+        const std::string description = rombus::describeRom(rombus::decode::decodeRom(rom), why);
+        ASSERT_FALSE(description.empty()) << name << ": " << why;
+        EXPECT_EQ(rombus::buildRom(description, why), rom) << name << ": " << why << description;
+        // The bus information block gives two numbers (the GUID, the bus options by field);
+        // every other quadlet is one number at most, whichever block or run describes it.
+        EXPECT_LE(hexNumbers(description), rom.size() / 4 - 3) << name << ":\n" << description;
+    }
+    // The leaf inside the other is its entry's value; the quadlets of a leaf past the other's
+    // end that no block holds are unreferenced, each once.
+    std::string why;
+    const auto roms = rombus_test::overlappingRoms();
+    const std::string inner = rombus::describeRom(rombus::decode::decodeRom(roms[0].second), why);
+    EXPECT_NE(inner.find("- bus_dependent_info: {value: 0x000003}\n"), std::string::npos) << inner;
+    const std::string past = rombus::describeRom(rombus::decode::decodeRom(roms[1].second), why);
+    EXPECT_NE(past.find("unreferenced:\n  0x30: [0x33333333, 0x44444444]\n"), std::string::npos)
+        << past;
+    // Written by hand, blocks may overlap where they agree; the ROM holds each quadlet once.
+    const std::string agreeing = "guid: 1\nroot:\n  - descriptor: {at: 0x20, quadlets: [1, "
+                                 "0x00010000, 0]}\n  - descriptor: {at: 0x28, quadlets: [0]}\n";
+    const std::vector<uint8_t> built = rombus::buildRom(agreeing, why);
+    EXPECT_EQ(built.size(), 0x30u) << why;
+}
+
 TEST(RomDescription, AHandWrittenDescriptionBuildsTheRomItSays) {
     const std::string description = R"(# A camera: names, keys by number, nested directories.
 bus_info:
@@ -145,9 +180,9 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
          "line 3: 22h is not the offset of a quadlet"},
         // An alias that holds itself, and a leaf too long for a ROM.
         {"guid: 1\nroot:\n  - unit: &loop [{unit: *loop}]\n",
-         "line 3: the ROM would hold more than 256 quadlets"},
+         "line 3: the blocks described take more than 256 quadlets"},
         {"guid: 1\nroot:\n  - descriptor: \"" + std::string(1100, 'x') + "\"\n",
-         "line 3: the ROM would hold more than 256 quadlets"},
+         "line 3: the blocks described take more than 256 quadlets"},
         {"guid: 1\nroot:\n  - vendor: [1\n", "line 4: end of sequence flow not found"},
         {"guid: 1\nbus_info:\n  crc_length: 9\nroot: []\n",
          "line 3: crc_length 9 runs past the ROM's 6 quadlets"},
@@ -182,6 +217,12 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
         {"guid: 1\nroot:\n  - unit: {value: 4, at: 0x40}\n",
          "line 3: an entry given by its value has no block: value stands alone"},
         {"minimal_vendor_id: 1\nroot: []\n", "line 1: a minimal ROM is its vendor alone"},
+        // Nested deeper than any ROM nests, in flow or block style: refused before the parser
+        // goes deeper.
+        {"guid: 1\nroot:\n  - unit: " + repeated("[", 100000) + "\n",
+         "line 3: the description nests lists and maps more than 400 deep"},
+        {"guid: 1\nroot:\n  - unit:\n" + repeated("{a: ", 3000) + "\n",
+         "line 4: the description nests lists and maps more than 400 deep"},
         // Far more values than any ROM needs: refused as they are read.
         {"guid: 1\nroot: []\nunreferenced: {0x40: [" + repeated("1, ", 5000) + "1]}\n",
          "line 3: the description holds more than 4096 values and keys"},
@@ -191,6 +232,21 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
         EXPECT_TRUE(rombus::buildRom(description, error).empty()) << description;
         EXPECT_EQ(error.substr(0, message.size()), message) << description;
     }
+}
+
+TEST(RomDescription, DirectoriesNestedAsDeepAsARomHoldsThemBuild) {
+    // 123 directories each within the one before, each written out as a block: the deepest a ROM
+    // of 256 quadlets nests.
+    std::string description = "guid: 1\nroot:\n";
+    std::string indent = "  ";
+    for (int level = 0; level < 123; ++level) {
+        description += indent + "- unit:\n" + indent + "    crc: 0\n" + indent + "    entries:\n";
+        indent += "      ";
+    }
+    description += indent + "- descriptor: {quadlets: [1]}\n";
+    std::string error;
+    const std::vector<uint8_t> rom = rombus::buildRom(description, error);
+    EXPECT_EQ(rom.size(), 4u * (5 + 2 + 2 * 123 + 2)) << error;
 }
 
 TEST(RomDescription, ARomThatCannotBeBuiltAgainIsRefusedWithTheReason) {
