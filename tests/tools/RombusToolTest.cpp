@@ -8,40 +8,28 @@
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <csignal>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using rombus_test::Outcome;
+using rombus_test::readAll;
 using testing::HasSubstr;
 
 const std::string sample = ROMBUS_SOURCE_DIR "/examples/sysfs";
 const std::string sampleDisk =
     sample + "/devices/pci0000:00/0000:00:1e.0/0000:05:00.0/fw1/config_rom";
-
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readAll(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
 
 void expectWithin100Columns(const std::string& report) {
     std::istringstream lines(report);
@@ -99,11 +87,35 @@ protected:
     }
 
     Outcome rombus(const std::string& arguments) {
-        const fs::path out = folder_.path() / "stdout", err = folder_.path() / "stderr";
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments + " >'" +
-                                    out.string() + "' 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readAll(out), readAll(err)};
+        return rombus_test::runCommand(folder_,
+                                       std::string("'") + ROMBUS_BINARY + "' " + arguments);
+    }
+
+    // The text report as a terminal shows it: the tool run under script(1).
+    std::string onTerminal(const std::string& environment, const std::string& arguments) {
+        return rombus_test::runCommand(
+                   folder_, "script -qec \"" + environment + " '" + ROMBUS_BINARY + "' " +
+                                arguments + " --registry " + registry_ + "\" /dev/null </dev/null")
+            .out;
+    }
+
+    // The tool run with the file size limit at zero, as a full disk would have it: its exit
+    // status and what it wrote to standard error, through a pipe, which no limit of file sizes
+    // touches.
+    Outcome withoutRoomToWrite(const std::string& arguments) {
+        const Outcome run = rombus_test::runCommand(
+            folder_, "sh -c '(trap \"\" XFSZ; ulimit -f 0; \"" + std::string(ROMBUS_BINARY) +
+                         "\" " + arguments + " 2>&1 >/dev/null; echo \"status $?\") | cat'");
+        const size_t status = run.out.rfind("status ");
+        if (status == std::string::npos)
+            return {-1, "", run.out};
+        return {std::atoi(run.out.c_str() + status + 7), "", run.out.substr(0, status)};
+    }
+
+    // The tool run with its standard output on a full disk.
+    Outcome onFullDisk(const std::string& arguments) {
+        return rombus_test::runCommand(folder_, "('" + std::string(ROMBUS_BINARY) + "' " +
+                                                    arguments + " >/dev/full)");
     }
 
     // With the test's registry, and the text report unless JSON is asked for.
@@ -400,14 +412,11 @@ TEST_F(RombusTool, WhatIsNotARegularFileIsNamedAndNothingBlocks) {
 
 TEST_F(RombusTool, AReportThatCannotBeWrittenIsAFailure) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
-    const fs::path err = folder_.path() / "stderr";
     for (const std::string& arguments :
          {"check " + disk + " --registry " + registry_, std::string("registry import")}) {
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
-                                    " >/dev/full 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
-        EXPECT_THAT(readAll(err), HasSubstr("standard output cannot be written: No space left"));
+        const Outcome run = onFullDisk(arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_THAT(run.err, HasSubstr("standard output cannot be written: No space left"));
     }
 }
 
@@ -693,14 +702,6 @@ TEST_F(RombusTool, SavedRomsReadBackAsTheSameNodes) {
 TEST_F(RombusTool, WidthAndColourFollowTheTerminal) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
     const std::string bad = write("bad.txt", "04041234 31333935\n");
-    const auto onTerminal = [this](const std::string& environment, const std::string& arguments) {
-        const fs::path out = folder_.path() / "terminal";
-        const std::string command = "script -qec \"" + environment + " '" + ROMBUS_BINARY + "' " +
-                                    arguments + " --registry " + registry_ +
-                                    "\" /dev/null </dev/null >'" + out.string() + "'";
-        EXPECT_GE(std::system(command.c_str()), 0);
-        return readAll(out);
-    };
     const auto widest = [](const std::string& text) {
         size_t widest = 0;
         std::istringstream lines(text);
@@ -756,7 +757,9 @@ TEST_F(RombusTool, WithoutRegistryTheOneBuiltFromIeeeDataNamesTheVendors) {
 TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
     const fs::path generated = folder_.path() / "sysfs";
     const std::string generator = (fs::path(ROMBUS_BINARY).parent_path() / "make-sample").string();
-    ASSERT_EQ(std::system(("'" + generator + "' '" + generated.string() + "'").c_str()), 0);
+    ASSERT_EQ(
+        rombus_test::runCommand(folder_, "'" + generator + "' '" + generated.string() + "'").status,
+        0);
     size_t compared = 0;
     for (const auto& entry : fs::recursive_directory_iterator(sample)) {
         const fs::path relative = entry.path().lexically_relative(sample);
@@ -769,22 +772,6 @@ TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
         }
     }
     EXPECT_GT(compared, 20u);
-}
-
-// Runs a shell command line with the file size limit at zero, as a full disk would have it, and
-// answers its exit status and what it wrote to standard error (through a pipe, which no limit
-// of file sizes touches).
-Outcome withoutRoomToWrite(const std::string& arguments, const fs::path& folder) {
-    const fs::path err = folder / "full.err";
-    const std::string command =
-        "sh -c '(trap \"\" XFSZ; ulimit -f 0; \"" + std::string(ROMBUS_BINARY) + "\" " + arguments +
-        " 2>&1 >/dev/null; echo \"status $?\") | cat >\"" + err.string() + "\"'";
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    const std::string text = readAll(err);
-    const size_t status = text.rfind("status ");
-    if (status == std::string::npos)
-        return {-1, "", text};
-    return {std::atoi(text.c_str() + status + 7), "", text.substr(0, status)};
 }
 
 std::vector<std::string> namesIn(const fs::path& folder) {
@@ -824,15 +811,13 @@ TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
     EXPECT_EQ(readAll(changed), "other");
 
     // No room: the old files stay whole and no part of a new one is left behind.
-    const Outcome full =
-        withoutRoomToWrite(save + " --overwrite --registry " + registry_, folder_.path());
+    const Outcome full = withoutRoomToWrite(save + " --overwrite --registry " + registry_);
     EXPECT_EQ(full.status, 2);
     EXPECT_THAT(full.err, HasSubstr("0030e00000000003.rom: cannot be written: File too large"));
     EXPECT_EQ(readAll(changed), "other");
     const fs::path empty = folder_.path() / "empty";
     EXPECT_EQ(withoutRoomToWrite("scan --sysfs " + sample + " --save-roms " + empty.string() +
-                                     " --registry " + registry_,
-                                 folder_.path())
+                                 " --registry " + registry_)
                   .status,
               2);
     EXPECT_TRUE(namesIn(empty).empty());
@@ -841,7 +826,7 @@ TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
                                                 "MA-L,080028,Texas Instruments\n");
     const std::string registry = write("share/registry.txt", "080028 Old\n");
     const Outcome noRoom =
-        withoutRoomToWrite("registry import --from " + source + " -o " + registry, folder_.path());
+        withoutRoomToWrite("registry import --from " + source + " -o " + registry);
     EXPECT_EQ(noRoom.status, 2);
     EXPECT_THAT(noRoom.err, HasSubstr("registry.txt: cannot be written: File too large"));
     EXPECT_EQ(readAll(registry), "080028 Old\n");
@@ -955,32 +940,20 @@ TEST_F(RombusTool, SmallEdgesAreToldNotHidden) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
     // A width the terminal cannot have is no width.
     for (const char* columns : {"-5", "99999999999999999999999"}) {
-        const fs::path out = folder_.path() / "terminal";
-        const std::string command = std::string("script -qec \"COLUMNS=") + columns + " '" +
-                                    ROMBUS_BINARY + "' check " + disk + " --registry " + registry_ +
-                                    "\" /dev/null </dev/null >'" + out.string() + "'";
-        EXPECT_GE(std::system(command.c_str()), 0);
-        std::istringstream lines(readAll(out));
+        std::istringstream lines(onTerminal(std::string("COLUMNS=") + columns, "check " + disk));
         for (std::string line; std::getline(lines, line);)
             EXPECT_LE(line.size(), 101u) << columns;
     }
     // Standard input on a terminal: a word of what is awaited.
-    const fs::path out = folder_.path() / "terminal";
-    const std::string command = std::string("script -qec \"'") + ROMBUS_BINARY +
-                                "' check -\" /dev/null </dev/null >'" + out.string() + "'";
-    EXPECT_GE(std::system(command.c_str()), 0);
-    EXPECT_THAT(readAll(out), HasSubstr("reading a ROM image from standard input"));
+    EXPECT_THAT(onTerminal("", "check -"), HasSubstr("reading a ROM image from standard input"));
 
     const Outcome dumpJson = registered("-x check " + disk + " --format json");
     EXPECT_EQ(dumpJson.status, 0);
     EXPECT_THAT(dumpJson.err, HasSubstr("--dump is not part of the JSON report"));
     for (const char* arguments : {"--help", "--version", "check --help"}) {
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
-                                    " >/dev/full 2>'" + (folder_.path() / "err").string() + "'";
-        const int raw = std::system(command.c_str());
-        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
-        EXPECT_THAT(readAll(folder_.path() / "err"),
-                    HasSubstr("standard output cannot be written: No space left"));
+        const Outcome run = onFullDisk(arguments);
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_THAT(run.err, HasSubstr("standard output cannot be written: No space left"));
     }
     const Outcome notAFolder =
         registered("scan --sysfs " + sample + " --save-roms " + disk + "/roms");
@@ -1005,13 +978,12 @@ TEST_F(RombusTool, AReaderThatLeavesEndsTheReportQuietly) {
     std::string files;
     for (int i = 0; i < 40; ++i)
         files += " " + disk;
-    const fs::path err = folder_.path() / "err";
-    const std::string command = std::string("bash -c \"'") + ROMBUS_BINARY + "' -x check" + files +
-                                " --registry " + registry_ + " 2>'" + err.string() +
-                                "' | head -c 1 >/dev/null; exit \\${PIPESTATUS[0]}\"";
-    const int raw = std::system(command.c_str());
-    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 128 + SIGPIPE);
-    EXPECT_EQ(readAll(err), "");
+    const Outcome run =
+        rombus_test::runCommand(folder_, std::string("bash -c \"'") + ROMBUS_BINARY + "' -x check" +
+                                             files + " --registry " + registry_ +
+                                             " | head -c 1 >/dev/null; exit \\${PIPESTATUS[0]}\"");
+    EXPECT_EQ(run.status, 128 + SIGPIPE);
+    EXPECT_EQ(run.err, "");
 }
 
 TEST_F(RombusTool, RegistryImportTakesLittleMemoryWhateverTheInput) {
@@ -1023,11 +995,10 @@ TEST_F(RombusTool, RegistryImportTakesLittleMemoryWhateverTheInput) {
         write("blank.csv", "Registry,Assignment,Organization Name\n" + std::string(16 << 20, '\n') +
                                "MA-L,080028,Texas Instruments\n");
     const fs::path out = folder_.path() / "imported.txt";
-    const std::string command = "sh -c 'ulimit -v 262144; exec \"" + std::string(ROMBUS_BINARY) +
-                                "\" registry import --from \"" + blank + "\" -o \"" + out.string() +
-                                "\"'";
-    const int raw = std::system(command.c_str());
-    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 0);
+    const Outcome run = rombus_test::runCommand(
+        folder_, "sh -c 'ulimit -v 262144; exec \"" + std::string(ROMBUS_BINARY) +
+                     "\" registry import --from \"" + blank + "\" -o \"" + out.string() + "\"'");
+    EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(readAll(out), "080028 Texas Instruments\n");
 }
 

@@ -7,13 +7,9 @@
 #include "ReportSchema.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 namespace {
 
@@ -21,10 +17,7 @@ using nlohmann::json;
 using rombus_test::RomLayout;
 using testing::HasSubstr;
 
-struct Outcome {
-    int status;
-    std::string out;
-};
+using rombus_test::Outcome;
 
 std::string hexLines(const std::vector<uint32_t>& quadlets) {
     std::string text;
@@ -39,15 +32,9 @@ std::string hexLines(const std::vector<uint32_t>& quadlets) {
 class VerdictClassTool : public ::testing::Test {
 protected:
     Outcome rombus(const std::string& arguments) {
-        const std::string out = (folder_.path() / "stdout").string();
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' --registry '" +
-                                    ROMBUS_SOURCE_DIR + "/tests/roms/registry.txt' " + arguments +
-                                    " >'" + out + "' 2>/dev/null";
-        const int raw = std::system(command.c_str());
-        std::ifstream in(out);
-        std::stringstream text;
-        text << in.rdbuf();
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, text.str()};
+        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY +
+                                                    "' --registry '" + ROMBUS_SOURCE_DIR +
+                                                    "/tests/roms/registry.txt' " + arguments);
     }
 
     json report(const std::string& arguments, int expectedStatus) {
