@@ -9,12 +9,8 @@
 #include "rombus_support/ToolRun.h"
 #include "rombus_support/TypicalRom.h"
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -47,10 +43,6 @@ protected:
         return parsed;
     }
 
-    std::string write(const std::string& name, const std::vector<uint8_t>& rom) const {
-        return folder_.write(name, std::string(rom.begin(), rom.end()));
-    }
-
     rombus_test::TestFolder folder_;
 };
 
@@ -63,7 +55,7 @@ std::vector<fs::path> romFiles() {
 }
 
 TEST_F(RomLifecycle, EveryRomReadsBackFromItsDumpDescribesBuildsAndEqualsItself) {
-    write("typical.rom", rombus_bench::typicalRom());
+    folder_.write("typical.rom", rombus_bench::typicalRom());
     std::vector<std::string> files = {"typical.rom"};
     for (const fs::path& rom : romFiles())
         files.push_back(rom.string());
@@ -121,8 +113,8 @@ TEST_F(RomLifecycle, DiffTellsChangesAsDiffDoesAndExitsLikeIt) {
     RomLayout before, after;
     before.directory({RomLayout::immediate(0x03, 0x00A02D), RomLayout::immediate(0x17, 1)});
     after.directory({RomLayout::immediate(0x03, 0x00A02D), RomLayout::immediate(0x17, 2)});
-    write("a.rom", before.image());
-    write("b.rom", after.image());
+    folder_.write("a.rom", before.image());
+    folder_.write("b.rom", after.image());
     const Outcome text = rombus("diff a.rom b.rom");
     EXPECT_EQ(text.status, 1);
     EXPECT_EQ(text.out, "--- a.rom\n+++ b.rom\n-root/model: 000001h\n+root/model: 000002h\n");
@@ -142,7 +134,7 @@ TEST_F(RomLifecycle, DiffTellsChangesAsDiffDoesAndExitsLikeIt) {
 TEST_F(RomLifecycle, RepairWritesACopyThatChecksWithoutACrcRecord) {
     auto bad = rombus_bench::typicalRom();
     bad[2] = bad[3] = 0xFF; // the placeholder CRC of the bus information block
-    write("bad.rom", bad);
+    folder_.write("bad.rom", bad);
     const std::string covering = std::to_string(bad.size() / 4 - 1);
     const Outcome repaired = rombus("repair bad.rom -o good.le --output-form le --fix-crc-length");
     EXPECT_EQ(repaired.status, 0) << repaired.err;

@@ -14,20 +14,11 @@
 namespace {
 
 using nlohmann::json;
+using rombus_test::flat;
+using rombus_test::hexLines;
+using rombus_test::Outcome;
 using rombus_test::RomLayout;
 using testing::HasSubstr;
-
-using rombus_test::Outcome;
-
-std::string hexLines(const std::vector<uint32_t>& quadlets) {
-    std::string text;
-    char line[16];
-    for (uint32_t quadlet : quadlets) {
-        std::snprintf(line, sizeof line, "%08X\n", quadlet);
-        text += line;
-    }
-    return text;
-}
 
 class VerdictClassTool : public ::testing::Test {
 protected:
@@ -46,15 +37,6 @@ protected:
 
     rombus_test::TestFolder folder_;
 };
-
-// The text as one line, every run of blanks and line breaks one blank.
-std::string flat(const std::string& text) {
-    std::string out;
-    for (char c : text)
-        if ((c != ' ' && c != '\n') || (!out.empty() && out.back() != ' '))
-            out += c == '\n' ? ' ' : c;
-    return out;
-}
 
 TEST_F(VerdictClassTool, EachPermittedKindExits0AndFailsOnlyWhenStrict) {
     // Node_Vendor_Id (key 08h) in the root directory, as IEEE 1212-1994 put it.

@@ -27,6 +27,18 @@ inline std::vector<uint8_t> busOrderBytes(const std::vector<uint32_t>& quadlets)
     return bytes;
 }
 
+// Quadlets as hex text, one a line: the tool's own hex image form.
+inline std::string hexLines(const std::vector<uint32_t>& quadlets) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string text;
+    for (uint32_t q : quadlets) {
+        for (int shift = 28; shift >= 0; shift -= 4)
+            text += digits[(q >> shift) & 0xF];
+        text += '\n';
+    }
+    return text;
+}
+
 // The fields of a bus information block: bus name, bus options and GUID.
 struct BusInfo {
     uint64_t guid = 0x0001020304050607ull;

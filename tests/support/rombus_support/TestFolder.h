@@ -6,6 +6,7 @@
 #include <fstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace rombus_test {
 
@@ -33,6 +34,11 @@ public:
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary | std::ios::trunc) << content;
         return file.string();
+    }
+
+    // Writes an image's bytes as they are.
+    std::string write(const std::string& name, const std::vector<uint8_t>& bytes) const {
+        return write(name, std::string(bytes.begin(), bytes.end()));
     }
 
 private:
