@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ToolInFolder.h"
 #include "rombus_support/TestFolder.h"
-#include "rombus_support/ToolRun.h"
 
 #include <filesystem>
 #include <fstream>
@@ -23,17 +23,8 @@ const std::string sample = ROMBUS_SOURCE_DIR "/examples/sysfs";
 
 using rombus_test::Outcome;
 
-class Habits : public ::testing::Test {
+class Habits : public rombus_test::ToolInFolder {
 protected:
-    std::string read(const std::string& name) const {
-        return rombus_test::readAll(folder_.path() / name);
-    }
-
-    Outcome rombus(const std::string& arguments) const {
-        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
-                                       true);
-    }
-
     // The --short lines of the sample bus, the line of totals left out.
     std::vector<std::string> shortLines(const std::string& options) const {
         const Outcome run = rombus("--short " + options + " scan --sysfs " + sample);
@@ -44,8 +35,6 @@ protected:
                 lines.push_back(line);
         return lines;
     }
-
-    rombus_test::TestFolder folder_;
 };
 
 TEST_F(Habits, SlotsAndIdsChooseTheNodesAndKeepTheirPlaces) {

@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ToolInFolder.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
-#include "rombus_support/ToolRun.h"
 #include "rombus_support/TypicalRom.h"
 
 #include <filesystem>
@@ -22,17 +22,8 @@ const fs::path roms = ROMBUS_SOURCE_DIR "/tests/roms";
 
 using rombus_test::Outcome;
 
-class RomLifecycle : public ::testing::Test {
+class RomLifecycle : public rombus_test::ToolInFolder {
 protected:
-    std::string read(const std::string& name) const {
-        return rombus_test::readAll(folder_.path() / name);
-    }
-
-    Outcome rombus(const std::string& arguments) const {
-        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
-                                       true);
-    }
-
     // The JSON report of a check, without the node's source.
     json report(const std::string& file) const {
         const Outcome run = rombus("--format json check " + file + " --registry '" +
@@ -42,8 +33,6 @@ protected:
         parsed["nodes"][0].erase("source");
         return parsed;
     }
-
-    rombus_test::TestFolder folder_;
 };
 
 std::vector<fs::path> romFiles() {

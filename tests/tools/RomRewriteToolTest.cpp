@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ToolInFolder.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
-#include "rombus_support/ToolRun.h"
 
 #include <sys/stat.h>
 
@@ -38,24 +38,13 @@ std::vector<uint8_t> romWith(const std::string& text, bool spoilt) {
     return rom;
 }
 
-class RomRewrite : public ::testing::Test {
+class RomRewrite : public rombus_test::ToolInFolder {
 protected:
-    std::string read(const std::string& name) const {
-        return rombus_test::readAll(folder_.path() / name);
-    }
-
-    Outcome rombus(const std::string& arguments) const {
-        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
-                                       true);
-    }
-
     mode_t modeOf(const std::string& name) const {
         struct stat status {};
         ::stat((folder_.path() / name).c_str(), &status);
         return status.st_mode & 07777;
     }
-
-    rombus_test::TestFolder folder_;
 };
 
 TEST_F(RomRewrite, InPlaceKeepsTheFormModeAndLinksOfTheFile) {

@@ -25,6 +25,7 @@ namespace fs = std::filesystem;
 using nlohmann::json;
 using rombus_test::flat;
 using rombus_test::hexLines;
+using rombus_test::namesIn;
 using rombus_test::Outcome;
 using rombus_test::readAll;
 using testing::HasSubstr;
@@ -644,14 +645,6 @@ TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
         }
     }
     EXPECT_GT(compared, 20u);
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
