@@ -1,6 +1,7 @@
 #include "inspect/io/BusFile.h"
 
 #include "inspect/io/AtomicFile.h"
+#include "zul/Digits.h"
 
 #include <cctype>
 #include <cstdio>
@@ -40,18 +41,10 @@ std::vector<uint32_t> quadletsOf(const std::vector<uint8_t>& bytes) {
 }
 
 bool hexWord(const std::string& word, size_t maxDigits, uint64_t& value) {
-    if (word.empty() || word.size() > maxDigits)
+    const std::optional<uint64_t> digits = zul::parseHex(word, maxDigits);
+    if (!digits)
         return false;
-    value = 0;
-    for (char c : word) {
-        const int digit = c >= '0' && c <= '9'   ? c - '0'
-                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                 : -1;
-        if (digit < 0)
-            return false;
-        value = value << 4 | static_cast<unsigned>(digit);
-    }
+    value = *digits;
     return true;
 }
 

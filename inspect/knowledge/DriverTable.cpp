@@ -3,6 +3,7 @@
 #include "inspect/io/Format.h"
 #include "inspect/knowledge/ShippedDrivers.h"
 #include "lib1394/RegularFile.h"
+#include "zul/Digits.h"
 
 #include <sys/utsname.h>
 
@@ -31,17 +32,10 @@ constexpr AliasField aliasFields[] = {
 bool hexDigits(const std::string& text, size_t at, uint32_t& value) {
     if (text.size() < at + 8)
         return false;
-    value = 0;
-    for (size_t i = at; i < at + 8; ++i) {
-        const char c = text[i];
-        const int digit = c >= '0' && c <= '9'   ? c - '0'
-                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                                                 : -1;
-        if (digit < 0)
-            return false;
-        value = value << 4 | static_cast<uint32_t>(digit);
-    }
+    const std::optional<uint64_t> digits = zul::parseHex(std::string_view(text).substr(at, 8));
+    if (!digits)
+        return false;
+    value = static_cast<uint32_t>(*digits);
     return true;
 }
 

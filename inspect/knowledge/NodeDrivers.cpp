@@ -1,6 +1,7 @@
 #include "inspect/knowledge/NodeDrivers.h"
 
 #include "inspect/io/Format.h"
+#include "lib1394/RomImageBus.h"
 
 #include <algorithm>
 
@@ -44,8 +45,7 @@ NodeDrivers driversOf(const decode::DecodedRom& decoded, const DriverTable& tabl
                 return probe.verdict == ProbeVerdict::Refuses && !probe.likelyBug;
             });
         if (dice && !drivers.dice && decoded.rom.size() >= 20)
-            drivers.dice = diceGuidOf(uint64_t{*decode::quadletAt(decoded.rom, 12)} << 32 |
-                                      *decode::quadletAt(decoded.rom, 16));
+            drivers.dice = diceGuidOf(lib1394::guidOfRom(decoded.rom));
         drivers.units.push_back(std::move(view));
     }
     return drivers;

@@ -1,6 +1,7 @@
 #include "inspect/knowledge/ProbeGates.h"
 
 #include "inspect/io/Format.h"
+#include "lib1394/RomImageBus.h"
 
 #include <algorithm>
 #include <cctype>
@@ -12,8 +13,6 @@ namespace {
 constexpr uint8_t ModelKey = 0x17;
 constexpr uint8_t SpecifierKey = 0x12;
 constexpr uint8_t DescriptorLeafKey = 0x81;
-constexpr uint32_t GuidHighOffset = 12;
-constexpr uint32_t GuidLowOffset = 16;
 
 // snd-dice checks the GUID layout of the units its general entry (DICE interface version
 // 000001h alone) takes; the category byte is 04h but for two companies of their own.
@@ -56,16 +55,10 @@ std::optional<uint32_t> ownValue(const decode::DecodedRom& decoded, const decode
     return found ? std::optional<uint32_t>(found->value) : std::nullopt;
 }
 
-uint64_t guidOf(const decode::DecodedRom& decoded) {
-    const auto high = decode::quadletAt(decoded.rom, GuidHighOffset);
-    const auto low = decode::quadletAt(decoded.rom, GuidLowOffset);
-    return uint64_t{high.value_or(0)} << 32 | low.value_or(0);
-}
-
 // snd-dice's check of the GUID against the unit directory's specifier and model ids; an id the
 // directory lacks never matches, as in the driver.
 ProbeNote diceGate(const decode::DecodedRom& decoded, const decode::UnitIds& unit) {
-    const DiceGuid guid = diceGuidOf(guidOf(decoded));
+    const DiceGuid guid = diceGuidOf(lib1394::guidOfRom(decoded.rom));
     const auto specifier = ownValue(decoded, unit, SpecifierKey);
     const auto model = ownValue(decoded, unit, ModelKey);
     ProbeNote note{"snd_dice", ProbeVerdict::Refuses, ""};

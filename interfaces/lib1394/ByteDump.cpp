@@ -1,5 +1,7 @@
 #include "lib1394/ByteDump.h"
 
+#include "zul/Digits.h"
+
 #include <optional>
 #include <string_view>
 
@@ -18,36 +20,12 @@ struct DumpLine {
     std::vector<uint8_t> bytes;
 };
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
-// A number of hexadecimal digits only, at most 16 of them.
-std::optional<uint64_t> hexNumber(std::string_view text) {
-    if (text.empty() || text.size() > 16)
-        return std::nullopt;
-    uint64_t value = 0;
-    for (char c : text) {
-        const int digit = hexDigit(c);
-        if (digit < 0)
-            return std::nullopt;
-        value = value << 4 | static_cast<unsigned>(digit);
-    }
-    return value;
-}
-
 // Appends the bytes of a group of hexadecimal digits, first digits first; an even count only.
 bool appendGroup(std::string_view group, std::vector<uint8_t>& bytes) {
     if (group.empty() || group.size() % 2 != 0)
         return false;
     for (size_t i = 0; i < group.size(); i += 2) {
-        const std::optional<uint64_t> byte = hexNumber(group.substr(i, 2));
+        const std::optional<uint64_t> byte = zul::parseHex(group.substr(i, 2));
         if (!byte)
             return false;
         bytes.push_back(static_cast<uint8_t>(*byte));
@@ -57,7 +35,7 @@ bool appendGroup(std::string_view group, std::vector<uint8_t>& bytes) {
 
 // Appends an od word of eight digits as the little-endian machine that printed it stored it.
 bool appendWord(std::string_view word, std::vector<uint8_t>& bytes) {
-    const std::optional<uint64_t> value = word.size() == 8 ? hexNumber(word) : std::nullopt;
+    const std::optional<uint64_t> value = word.size() == 8 ? zul::parseHex(word) : std::nullopt;
     if (!value)
         return false;
     for (int shift = 0; shift < 32; shift += 8)
@@ -115,7 +93,7 @@ std::optional<DumpLine> readLine(std::string_view line, Form form) {
         return read;
     }
     const size_t offsetEnd = std::min(line.find_first_of(": "), line.size());
-    const std::optional<uint64_t> offset = hexNumber(line.substr(0, offsetEnd));
+    const std::optional<uint64_t> offset = zul::parseHex(line.substr(0, offsetEnd));
     if (!offset || offsetEnd < (form == Form::Od ? 6u : 8u) || *offset > MaxDumpSize)
         return std::nullopt;
     read.offset = *offset;

@@ -1,6 +1,7 @@
 #include "lib1394/DumpText.h"
 
 #include "lib1394/ConfigROM.h"
+#include "zul/Digits.h"
 
 #include <cctype>
 #include <map>
@@ -27,19 +28,7 @@ std::optional<uint64_t> hexNumber(std::string token, size_t maxDigits) {
         token.pop_back();
     if (token.size() > 2 && token[0] == '0' && (token[1] == 'x' || token[1] == 'X'))
         token.erase(0, 2);
-    if (token.empty() || token.size() > maxDigits)
-        return std::nullopt;
-    uint64_t value = 0;
-    for (char c : token) {
-        const int digit = std::isdigit(static_cast<unsigned char>(c)) ? c - '0'
-                          : std::isxdigit(static_cast<unsigned char>(c))
-                              ? std::tolower(static_cast<unsigned char>(c)) - 'a' + 10
-                              : -1;
-        if (digit < 0)
-            return std::nullopt;
-        value = value << 4 | static_cast<unsigned>(digit);
-    }
-    return value;
+    return zul::parseHex(token, maxDigits);
 }
 
 bool isQuadlet(const std::string& token) {

@@ -4,6 +4,7 @@
 #include "lib1394/DumpText.h"
 #include "lib1394/RegularFile.h"
 #include "lib1394/Utf8Text.h"
+#include "zul/Digits.h"
 
 #include <algorithm>
 #include <cctype>
@@ -71,30 +72,15 @@ bool toBusOrder(ImageFile& image, ByteOrder order) {
     return true;
 }
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // One quadlet written in hexadecimal: an optional 0x and one to eight digits.
 bool parseQuadlet(const std::string& token, uint32_t& value) {
     const bool prefixed =
         token.size() > 2 && token[0] == '0' && (token[1] == 'x' || token[1] == 'X');
-    const size_t start = prefixed ? 2 : 0;
-    if (token.size() - start > 8)
+    const std::optional<uint64_t> digits =
+        zul::parseHex(std::string_view(token).substr(prefixed ? 2 : 0), 8);
+    if (!digits)
         return false;
-    value = 0;
-    for (size_t i = start; i < token.size(); ++i) {
-        const int digit = hexDigit(token[i]);
-        if (digit < 0)
-            return false;
-        value = value << 4 | static_cast<uint32_t>(digit);
-    }
+    value = static_cast<uint32_t>(*digits);
     return true;
 }
 

@@ -1,6 +1,8 @@
 #include "lib1394/ByteDump.h"
 #include "lib1394/ImageFile.h"
 
+#include "rombus_support/RomLayout.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,11 +12,8 @@ namespace {
 
 using lib1394::readByteDump;
 
-// Bus information block and a root directory of one entry, in bus order: the file the dumps
-// below were printed from (28 bytes).
-const std::vector<uint8_t> romBytes = {0x04, 0x04, 0x12, 0x34, '1',  '3',  '9',  '4',  0xE0, 0x64,
-                                       0x80, 0x02, 0x00, 0x30, 0xE0, 0x00, 0x00, 0x00, 0x00, 0x01,
-                                       0x00, 0x01, 0xAB, 0xCD, 0x03, 0x00, 0x30, 0xE0};
+// The file the dumps below were printed from.
+const std::vector<uint8_t>& romBytes = rombus_test::smallRomBytes;
 
 const std::string hexdumpC =
     "00000000  04 04 12 34 31 33 39 34  e0 64 80 02 00 30 e0 00  |...41394.d...0..|\n"

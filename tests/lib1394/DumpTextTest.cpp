@@ -1,5 +1,7 @@
 #include "lib1394/ImageFile.h"
 
+#include "rombus_support/RomLayout.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,10 +11,7 @@ namespace {
 
 using lib1394::decodeImage;
 
-// Bus information block and a root directory of one entry, in bus order.
-const std::vector<uint8_t> romBytes = {0x04, 0x04, 0x12, 0x34, '1',  '3',  '9',  '4',  0xE0, 0x64,
-                                       0x80, 0x02, 0x00, 0x30, 0xE0, 0x00, 0x00, 0x00, 0x00, 0x01,
-                                       0x00, 0x01, 0xAB, 0xCD, 0x03, 0x00, 0x30, 0xE0};
+const std::vector<uint8_t>& romBytes = rombus_test::smallRomBytes;
 
 TEST(DumpText, EveryAnnotatedLayoutReadsBackAsTheRom) {
     // rombus's own: a report before, wrapped meanings, notes under a quadlet, and the quadlets

@@ -1,5 +1,7 @@
 #include "lib1394/ImageFile.h"
 
+#include "rombus_support/RomLayout.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -10,10 +12,7 @@ namespace {
 using lib1394::ByteOrder;
 using lib1394::decodeImage;
 
-// A small ROM in bus order: bus information block, then a root directory of one entry.
-const std::vector<uint8_t> romBytes = {0x04, 0x04, 0x12, 0x34, '1',  '3',  '9',  '4',  0xE0, 0x64,
-                                       0x80, 0x02, 0x00, 0x30, 0xE0, 0x00, 0x00, 0x00, 0x00, 0x01,
-                                       0x00, 0x01, 0xAB, 0xCD, 0x03, 0x00, 0x30, 0xE0};
+const std::vector<uint8_t>& romBytes = rombus_test::smallRomBytes;
 const std::string bigEndian(romBytes.begin(), romBytes.end());
 
 std::string littleEndian(std::vector<uint8_t> bytes) {

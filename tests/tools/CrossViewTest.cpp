@@ -153,10 +153,6 @@ TEST(CrossView, EveryGoldenRomIsTheSameInEveryView) {
 
 class BuiltRoms : public ::testing::Test {
 protected:
-    std::string write(const std::string& name, const std::vector<uint8_t>& rom) {
-        return folder_.write(name, std::string(rom.begin(), rom.end()));
-    }
-
     rombus_test::TestFolder folder_;
 };
 
@@ -178,9 +174,9 @@ TEST_F(BuiltRoms, EveryUnitOfOneCompanyHasItsNameHoweverFarTheModuleRead) {
     // The same ROM with its bus information block's CRC wrong: the module stops there.
     std::vector<uint8_t> stopped = whole;
     stopped[3] ^= 0x01;
-    expectViewsAgree(Views({write("typical.rom", rombus_bench::typicalRom())}));
+    expectViewsAgree(Views({folder_.write("typical.rom", rombus_bench::typicalRom())}));
     for (const bool stops : {false, true}) {
-        const Views views({write("units.rom", stops ? stopped : whole)});
+        const Views views({folder_.write("units.rom", stops ? stopped : whole)});
         expectViewsAgree(views);
         const rombus::NodeView& node = views.inspection.nodes.at(0);
         EXPECT_EQ(node.beyondVerdict, stops);
@@ -207,7 +203,7 @@ TEST_F(BuiltRoms, TextsAreShownAsTheKernelShowsThemAndKeptWholeInJson) {
                       RomLayout::ref(0x81, unitText)});
     layout.textLeaf("Maker \t ");
     layout.textLeaf("Disk   ");
-    const Views views({write("texts.rom", layout.image())});
+    const Views views({folder_.write("texts.rom", layout.image())});
     expectViewsAgree(views);
     EXPECT_THAT(views.text, HasSubstr("ROM names: vendor \"Maker\"\n"));
     EXPECT_THAT(views.text, HasSubstr("SBP-2 (storage)  \"Disk\"  ieee1394:"));
@@ -228,7 +224,7 @@ TEST_F(BuiltRoms, TheEntryARecordNamesIsMarkedInTheTree) {
     layout.directory({RomLayout::immediate(0x12, 0x00609E), RomLayout::immediate(0x13, 0x010483),
                       RomLayout::immediate(0x0C, 0x0083C0)});
     const uint32_t unit = layout.offsetOf(1);
-    const Views views({write("refused.rom", layout.image())});
+    const Views views({folder_.write("refused.rom", layout.image())});
     expectViewsAgree(views);
     ASSERT_EQ(views.inspection.nodes[0].records.size(), 1u);
     EXPECT_THAT(views.text, HasSubstr("Immediate - Node Capabilities  at " + hex(unit + 12) +
@@ -239,7 +235,7 @@ TEST_F(BuiltRoms, TheEntryARecordNamesIsMarkedInTheTree) {
     // A root directory without a vendor id: the record names the root, which no entry names.
     RomLayout vendorless(0xACDE480000000013ull);
     vendorless.directory({RomLayout::immediate(0x0C, 0x0083C0)});
-    const Views rootViews({write("vendorless.rom", vendorless.image())});
+    const Views rootViews({folder_.write("vendorless.rom", vendorless.image())});
     expectViewsAgree(rootViews);
     ASSERT_EQ(rootViews.inspection.nodes[0].records.size(), 1u);
     EXPECT_THAT(rootViews.text, HasSubstr("    Directory - Root  at 14h  <- problem 1\n"));

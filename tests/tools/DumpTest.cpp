@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -153,6 +154,8 @@ TEST(Dump, AQuadletOfTwoOverlappingBlocksKeepsBothMeanings) {
     EXPECT_THAT(dump, HasSubstr("^ means: the entry at 24h, key 00h (Immediate - Root)"));
     EXPECT_THAT(dump, HasSubstr("^ advisory: the directory at 14h declares 4 quadlets, up to 28h: "
                                 "the leaf\n"));
+    const std::vector<std::string> found = kinds(scan, 0);
+    EXPECT_EQ(std::count(found.begin(), found.end(), "block-overlap"), 1);
     EXPECT_THAT(dump, HasSubstr("directory \"Directory - Unit\" (SBP-2 (storage)), length 2"));
 }
 

@@ -9,26 +9,16 @@
 
 #include "ReportSchema.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 
 const fs::path roms = ROMBUS_SOURCE_DIR "/tests/roms";
-
-std::string readAll(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
+using rombus_test::readAll;
 
 TEST(GoldenRoms, EveryRomGivesItsReviewedReport) {
     const rombus_test::TestFolder folder;
@@ -44,22 +34,20 @@ TEST(GoldenRoms, EveryRomGivesItsReviewedReport) {
         expected.replace_extension(".json");
         ASSERT_TRUE(fs::exists(expected));
 
-        const fs::path out = folder.path() / "report.json";
-        const std::string command =
-            std::string("'") + ROMBUS_BINARY + "' --format json --modules-alias shipped check '" +
-            rom.string() + "' --registry '" + (roms / "registry.txt").string() + "' >'" +
-            out.string() + "' 2>/dev/null";
-        const int raw = std::system(command.c_str());
-        ASSERT_TRUE(WIFEXITED(raw));
-        rombus_test::expectValidReport(out);
+        const rombus_test::Outcome run = rombus_test::runCommand(
+            folder, std::string("'") + ROMBUS_BINARY +
+                        "' --format json --modules-alias shipped check '" + rom.string() +
+                        "' --registry '" + (roms / "registry.txt").string() + "'");
+        ASSERT_GE(run.status, 0);
+        rombus_test::expectValidReport(folder.path() / "stdout");
         rombus_test::expectValidReport(expected);
-        nlohmann::json report = nlohmann::json::parse(readAll(out));
+        nlohmann::json report = nlohmann::json::parse(run.out);
         nlohmann::json kept = nlohmann::json::parse(readAll(expected));
         // A valid ROM of a standard exits 0 unless a record of it is a fault.
         bool fault = false;
         for (const auto& message : kept["nodes"][0]["messages"])
             fault = fault || message["class"] == "fault";
-        EXPECT_EQ(WEXITSTATUS(raw), fault ? 1 : 0);
+        EXPECT_EQ(run.status, fault ? 1 : 0);
         // The source is the ROM's path, which depends on where the tree lies.
         report["nodes"][0].erase("source");
         kept["nodes"][0].erase("source");

@@ -1,16 +1,13 @@
 // The built tool as users of lspci and lsusb reach for it: nodes chosen by -s and -d, ids by -n,
-// the kind of trouble and the speed in --short, pasted byte dumps, options a command does not
-// read, *.rom files that hold text, and a machine without a FireWire stack.
+// the kind of trouble and the speed in --short, options a command does not read, *.rom files
+// that hold text, and a machine without a FireWire stack.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ToolInFolder.h"
 #include "rombus_support/TestFolder.h"
-#include "rombus_support/ToolRun.h"
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -26,17 +23,8 @@ const std::string sample = ROMBUS_SOURCE_DIR "/examples/sysfs";
 
 using rombus_test::Outcome;
 
-class Habits : public ::testing::Test {
+class Habits : public rombus_test::ToolInFolder {
 protected:
-    std::string read(const std::string& name) const {
-        return rombus_test::readAll(folder_.path() / name);
-    }
-
-    Outcome rombus(const std::string& arguments) const {
-        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
-                                       true);
-    }
-
     // The --short lines of the sample bus, the line of totals left out.
     std::vector<std::string> shortLines(const std::string& options) const {
         const Outcome run = rombus("--short " + options + " scan --sysfs " + sample);
@@ -47,8 +35,6 @@ protected:
                 lines.push_back(line);
         return lines;
     }
-
-    rombus_test::TestFolder folder_;
 };
 
 TEST_F(Habits, SlotsAndIdsChooseTheNodesAndKeepTheirPlaces) {
@@ -120,32 +106,6 @@ TEST_F(Habits, ShortShowsIdsSpeedAndTheKindOfTrouble) {
     const std::vector<std::string> both = shortLines("-nn -s fw0");
     ASSERT_EQ(both.size(), 1u);
     EXPECT_THAT(both[0], HasSubstr("\"Rombus sample controller A\" [080028:"));
-}
-
-TEST_F(Habits, PastedByteDumpsReadAsTheRom) {
-    // The same ROM as hexdump -C, xxd and od -A x -t x4 print it on a PC: a bus information
-    // block whose CRC is right (crc_length 4) and an empty root directory.
-    const std::string dumps[] = {
-        "00000000  04 04 8f 2a 31 33 39 34  e0 64 80 02 00 30 e0 00  |...*1394.d...0..|\n"
-        "00000010  00 00 00 01 00 00 00 00                           |........|\n"
-        "00000018\n",
-        "00000000: 0404 8f2a 3133 3934 e064 8002 0030 e000  ...*1394.d...0..\n"
-        "00000010: 0000 0001 0000 0000                      ........\n",
-        "000000 2a8f0404 34393331 028064e0 00e03000\n"
-        "000010 01000000 00000000\n"
-        "000018\n",
-    };
-    std::string previous;
-    for (const std::string& dump : dumps) {
-        std::ofstream(folder_.path() / "pasted.txt") << dump;
-        const Outcome run = rombus("--format json check pasted.txt");
-        ASSERT_NE(run.status, 2) << dump << run.err;
-        const json node = json::parse(run.out)["nodes"][0];
-        EXPECT_EQ(node["guid"], "0030e00000000001") << dump;
-        const std::string verdict = node["status"].dump() + node["messages"].dump();
-        EXPECT_TRUE(previous.empty() || verdict == previous) << dump;
-        previous = verdict;
-    }
 }
 
 TEST_F(Habits, OptionsACommandDoesNotReadAreErrors) {

@@ -4,17 +4,13 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ToolInFolder.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
-#include "rombus_support/ToolRun.h"
 #include "rombus_support/TypicalRom.h"
 
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -26,17 +22,8 @@ const fs::path roms = ROMBUS_SOURCE_DIR "/tests/roms";
 
 using rombus_test::Outcome;
 
-class RomLifecycle : public ::testing::Test {
+class RomLifecycle : public rombus_test::ToolInFolder {
 protected:
-    std::string read(const std::string& name) const {
-        return rombus_test::readAll(folder_.path() / name);
-    }
-
-    Outcome rombus(const std::string& arguments) const {
-        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
-                                       true);
-    }
-
     // The JSON report of a check, without the node's source.
     json report(const std::string& file) const {
         const Outcome run = rombus("--format json check " + file + " --registry '" +
@@ -46,12 +33,6 @@ protected:
         parsed["nodes"][0].erase("source");
         return parsed;
     }
-
-    std::string write(const std::string& name, const std::vector<uint8_t>& rom) const {
-        return folder_.write(name, std::string(rom.begin(), rom.end()));
-    }
-
-    rombus_test::TestFolder folder_;
 };
 
 std::vector<fs::path> romFiles() {
@@ -63,7 +44,7 @@ std::vector<fs::path> romFiles() {
 }
 
 TEST_F(RomLifecycle, EveryRomReadsBackFromItsDumpDescribesBuildsAndEqualsItself) {
-    write("typical.rom", rombus_bench::typicalRom());
+    folder_.write("typical.rom", rombus_bench::typicalRom());
     std::vector<std::string> files = {"typical.rom"};
     for (const fs::path& rom : romFiles())
         files.push_back(rom.string());
@@ -121,8 +102,8 @@ TEST_F(RomLifecycle, DiffTellsChangesAsDiffDoesAndExitsLikeIt) {
     RomLayout before, after;
     before.directory({RomLayout::immediate(0x03, 0x00A02D), RomLayout::immediate(0x17, 1)});
     after.directory({RomLayout::immediate(0x03, 0x00A02D), RomLayout::immediate(0x17, 2)});
-    write("a.rom", before.image());
-    write("b.rom", after.image());
+    folder_.write("a.rom", before.image());
+    folder_.write("b.rom", after.image());
     const Outcome text = rombus("diff a.rom b.rom");
     EXPECT_EQ(text.status, 1);
     EXPECT_EQ(text.out, "--- a.rom\n+++ b.rom\n-root/model: 000001h\n+root/model: 000002h\n");
@@ -142,7 +123,7 @@ TEST_F(RomLifecycle, DiffTellsChangesAsDiffDoesAndExitsLikeIt) {
 TEST_F(RomLifecycle, RepairWritesACopyThatChecksWithoutACrcRecord) {
     auto bad = rombus_bench::typicalRom();
     bad[2] = bad[3] = 0xFF; // the placeholder CRC of the bus information block
-    write("bad.rom", bad);
+    folder_.write("bad.rom", bad);
     const std::string covering = std::to_string(bad.size() / 4 - 1);
     const Outcome repaired = rombus("repair bad.rom -o good.le --output-form le --fix-crc-length");
     EXPECT_EQ(repaired.status, 0) << repaired.err;

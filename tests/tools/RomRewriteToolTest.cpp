@@ -4,36 +4,27 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "ToolInFolder.h"
 #include "rombus_support/RomLayout.h"
+#include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
-#include "rombus_support/ToolRun.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
 using rombus_test::RomLayout;
+using rombus_test::SysfsTree;
 using testing::HasSubstr;
 
 using rombus_test::Outcome;
 
 std::string bytes(const std::vector<uint8_t>& rom) {
     return std::string(rom.begin(), rom.end());
-}
-
-std::string littleEndian(const std::vector<uint8_t>& rom) {
-    std::string out;
-    for (size_t at = 0; at + 4 <= rom.size(); at += 4)
-        out += {char(rom[at + 3]), char(rom[at + 2]), char(rom[at + 1]), char(rom[at])};
-    return out;
 }
 
 // A ROM of a vendor entry and a text leaf; its bus information block's CRC spoilt when asked.
@@ -47,33 +38,22 @@ std::vector<uint8_t> romWith(const std::string& text, bool spoilt) {
     return rom;
 }
 
-class RomRewrite : public ::testing::Test {
+class RomRewrite : public rombus_test::ToolInFolder {
 protected:
-    std::string read(const std::string& name) const {
-        return rombus_test::readAll(folder_.path() / name);
-    }
-
-    Outcome rombus(const std::string& arguments) const {
-        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY + "' " + arguments,
-                                       true);
-    }
-
     mode_t modeOf(const std::string& name) const {
         struct stat status {};
         ::stat((folder_.path() / name).c_str(), &status);
         return status.st_mode & 07777;
     }
-
-    rombus_test::TestFolder folder_;
 };
 
 TEST_F(RomRewrite, InPlaceKeepsTheFormModeAndLinksOfTheFile) {
     const std::vector<uint8_t> good = romWith("Acme", false), bad = romWith("Acme", true);
     // Little-endian stays little-endian, and its mode stays.
-    folder_.write("copy.le", littleEndian(bad));
+    folder_.write("copy.le", SysfsTree::littleEndian(bad));
     ::chmod((folder_.path() / "copy.le").c_str(), 0640);
     EXPECT_EQ(rombus("repair copy.le --in-place").status, 0) << read("stderr");
-    EXPECT_EQ(read("copy.le"), littleEndian(good));
+    EXPECT_EQ(read("copy.le"), SysfsTree::littleEndian(good));
     EXPECT_EQ(modeOf("copy.le"), 0640u);
     // A file whose every CRC is right is not written at all: its comments stay.
     std::string hex = "# the ROM as shipped\n";

@@ -8,40 +8,31 @@
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/SysfsTree.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <csignal>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
+using rombus_test::flat;
+using rombus_test::hexLines;
+using rombus_test::namesIn;
+using rombus_test::Outcome;
+using rombus_test::readAll;
 using testing::HasSubstr;
 
 const std::string sample = ROMBUS_SOURCE_DIR "/examples/sysfs";
 const std::string sampleDisk =
     sample + "/devices/pci0000:00/0000:00:1e.0/0000:05:00.0/fw1/config_rom";
-
-struct Outcome {
-    int status = -1;
-    std::string out;
-    std::string err;
-};
-
-std::string readAll(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
 
 void expectWithin100Columns(const std::string& report) {
     std::istringstream lines(report);
@@ -49,26 +40,11 @@ void expectWithin100Columns(const std::string& report) {
         EXPECT_LE(line.size(), 100u) << line;
 }
 
-// One quadlet a line, as hex text.
-std::string hexLines(const std::vector<uint32_t>& quadlets) {
-    std::string text;
-    for (uint32_t quadlet : quadlets) {
-        char hex[12];
-        std::snprintf(hex, sizeof hex, "%08x\n", quadlet);
-        text += hex;
-    }
-    return text;
-}
-
 // A report without the nodes' sources (file names), to compare reports of different files.
 json withoutSources(json report) {
     for (json& node : report["nodes"])
         node.erase("source");
     return report;
-}
-
-std::string asBytes(const std::vector<uint8_t>& image) {
-    return std::string(image.begin(), image.end());
 }
 
 // The device whose locator holds the text, or null.
@@ -94,21 +70,39 @@ protected:
                                           "00609E NCITS\n"
                                           "080028 Texas Instruments\n");
     }
-    std::string write(const std::string& name, const std::string& content) {
+    template <typename Content> std::string write(const std::string& name, const Content& content) {
         return folder_.write(name, content);
     }
 
     Outcome rombus(const std::string& arguments) {
-        const fs::path out = folder_.path() / "stdout", err = folder_.path() / "stderr";
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments + " >'" +
-                                    out.string() + "' 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readAll(out), readAll(err)};
+        return rombus_test::runCommand(folder_,
+                                       std::string("'") + ROMBUS_BINARY + "' " + arguments);
     }
 
     // With the test's registry, and the text report unless JSON is asked for.
     Outcome registered(const std::string& arguments) {
         return rombus(arguments + " --registry " + registry_);
+    }
+
+    // The text report as a terminal shows it: the tool run under script(1).
+    std::string onTerminal(const std::string& environment, const std::string& arguments) {
+        return rombus_test::runCommand(
+                   folder_, "script -qec \"" + environment + " '" + ROMBUS_BINARY + "' " +
+                                arguments + " --registry " + registry_ + "\" /dev/null </dev/null")
+            .out;
+    }
+
+    // The tool run with the file size limit at zero, as a full disk would have it: its exit
+    // status and what it wrote to standard error, through a pipe, which no limit of file sizes
+    // touches.
+    Outcome withoutRoomToWrite(const std::string& arguments) {
+        const Outcome run = rombus_test::runCommand(
+            folder_, "sh -c '(trap \"\" XFSZ; ulimit -f 0; \"" + std::string(ROMBUS_BINARY) +
+                         "\" " + arguments + " 2>&1 >/dev/null; echo \"status $?\") | cat'");
+        const size_t status = run.out.rfind("status ");
+        if (status == std::string::npos)
+            return {-1, "", run.out};
+        return {std::atoi(run.out.c_str() + status + 7), "", run.out.substr(0, status)};
     }
 
     // The report as JSON, checked against the report's schema.
@@ -203,22 +197,15 @@ TEST_F(RombusTool, TheTextReportShowsTheTreeAndTheProblemsWithin100Columns) {
                 HasSubstr("log: libRombus.Lib1394SysInfo [4]"));
 }
 
-TEST_F(RombusTool, ImagesInAllThreeFormsGiveIdenticalResults) {
+TEST_F(RombusTool, ByteOrdersFoundOrNamedGiveTheSameNode) {
     // The sample's config_rom holds little-endian quadlets, as Linux shows them on x86.
     const std::string little = readAll(sampleDisk);
-    ASSERT_EQ(little.size() % 4, 0u);
     std::string big = little;
-    std::vector<uint32_t> quadlets(little.size() / 4);
-    for (size_t i = 0; i < big.size(); i += 4) {
+    for (size_t i = 0; i + 4 <= big.size(); i += 4)
         std::reverse(big.begin() + i, big.begin() + i + 4);
-        for (size_t byte = i; byte < i + 4; ++byte)
-            quadlets[i / 4] = quadlets[i / 4] << 8 | uint8_t(big[byte]);
-    }
     const json fromBig = withoutSources(rombusJson("check " + write("disk.bin", big), 0));
-    EXPECT_EQ(fromBig, withoutSources(rombusJson("check " + write("disk.le", little), 0)));
-    EXPECT_EQ(fromBig,
-              withoutSources(rombusJson("check " + write("disk.txt", hexLines(quadlets)), 0)));
     EXPECT_EQ(fromBig["nodes"][0]["locator"], "IEEE1394NODE:0:0030e00000000001h");
+    EXPECT_EQ(withoutSources(rombusJson("check " + write("disk.le", little), 0)), fromBig);
     // Named byte orders: le on the bus-order image breaks its signature, be keeps it.
     EXPECT_EQ(withoutSources(rombusJson("check --byte-order be " + write("b.bin", big), 0)),
               fromBig);
@@ -227,26 +214,32 @@ TEST_F(RombusTool, ImagesInAllThreeFormsGiveIdenticalResults) {
 }
 
 TEST_F(RombusTool, ANodeThatRunsOutOfItsBudgetIsReportedAndCountsAsAFailure) {
-    const std::string deep = write("deep.bin", asBytes(rombus_test::deepDoublingRom()));
-    const std::string shallow = write(
-        "shallow.bin",
-        asBytes(rombus_test::doublingLayout(2, 0xD4, rombus_test::RomLayout::immediate(0x17, 1), 1)
-                    .image()));
-    const Outcome run = registered("check " + shallow + " " + deep);
+    const std::string deep = write("deep.bin", rombus_test::deepDoublingRom());
+    const std::string shallow =
+        write("shallow.bin",
+              rombus_test::doublingLayout(2, 0xD4, rombus_test::RomLayout::immediate(0x17, 1), 1)
+                  .image());
+    const std::string storm = write("storm.bin", rombus_test::wideLookupStormRom());
+    const std::string files = " " + shallow + " " + deep + " " + storm;
+    const Outcome run = registered("check" + files);
     EXPECT_EQ(run.status, 1);
     const size_t deepNode = run.out.find(deep);
     ASSERT_NE(deepNode, std::string::npos) << run.out;
     EXPECT_EQ(run.out.find("Reading stopped"), run.out.find("Reading stopped", deepNode));
     EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 256 entries"));
-    EXPECT_THAT(run.out, HasSubstr("1 without problems, 1 read failed"));
+    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 64 vendor "
+                                   "lookups"));
+    EXPECT_THAT(run.out, HasSubstr("1 without problems, 2 read failed"));
     // Levels beyond the twentieth are marked, not indented further.
     EXPECT_THAT(run.out, HasSubstr("(level 40) Directory - Dependent Information"));
     expectWithin100Columns(run.out);
 
-    const json report = rombusJson("check " + shallow + " " + deep, 1);
+    const json report = rombusJson("check" + files, 1);
     EXPECT_TRUE(report["nodes"][0]["readingStopped"].is_null());
     EXPECT_EQ(report["nodes"][1]["readingStopped"],
               json::parse(R"({"budget": "entries", "limit": 256})"));
+    EXPECT_EQ(report["nodes"][2]["readingStopped"],
+              json::parse(R"({"budget": "lookups", "limit": 64})"));
     EXPECT_EQ(registered("check " + shallow).status, 0);
 }
 
@@ -296,25 +289,19 @@ TEST_F(RombusTool, BadInputNamesTheFileAndExitsWith2) {
     }
 }
 
-// --live without FireWire hardware: a folder without device files is a bus without nodes; a file
-// that is no FireWire device is named, an unreadable node.
-TEST_F(RombusTool, LiveScanNeedsDeviceFilesAndNamesTheOnesItCannotRead) {
+// --live without FireWire hardware: a folder without device files is a bus without nodes.
+TEST_F(RombusTool, LiveScanNeedsDeviceFiles) {
     const fs::path dev = folder_.path() / "dev";
     fs::create_directories(dev);
     const Outcome none = registered("scan --live --dev " + dev.string());
     EXPECT_EQ(none.status, 3);
     EXPECT_THAT(none.err, HasSubstr(dev.string() + ": no FireWire device files (fw*)"));
-    const std::string file = write("dev/fw0", "not a device");
-    const Outcome unreadable = registered("scan --live --dev " + dev.string());
-    EXPECT_EQ(unreadable.status, 1) << unreadable.err;
-    EXPECT_THAT(unreadable.out, HasSubstr(file + ":"));
-    EXPECT_THAT(unreadable.out, HasSubstr("not a FireWire device file"));
     // --live and --sysfs are two sources; --dev belongs to --live.
     EXPECT_EQ(rombus("scan --live --sysfs " + sample).status, 2);
     EXPECT_EQ(rombus("scan --dev " + dev.string()).status, 2);
 }
 
-TEST_F(RombusTool, UsageErrorsAndEmptyBusesAreToldPlainly) {
+TEST_F(RombusTool, UsageErrorsAreToldPlainly) {
     const std::pair<std::string, std::string> usage[] = {
         {"", ""},
         {"check", ""},
@@ -329,12 +316,6 @@ TEST_F(RombusTool, UsageErrorsAndEmptyBusesAreToldPlainly) {
         EXPECT_EQ(run.status, 2) << arguments;
         EXPECT_THAT(run.err, HasSubstr(message));
     }
-    const Outcome empty = registered("scan --sysfs " + folder_.path().string());
-    EXPECT_EQ(empty.status, 3);
-    EXPECT_THAT(empty.out, HasSubstr("No FireWire devices under " + folder_.path().string()));
-    const json emptyJson = rombusJson("scan --sysfs " + folder_.path().string(), 3);
-    EXPECT_FALSE(emptyJson["result"].get<bool>());
-    EXPECT_TRUE(emptyJson["devices"].empty());
 }
 
 TEST_F(RombusTool, HelpDocumentsEveryOptionTheRegistryAndTheExitStatuses) {
@@ -400,14 +381,13 @@ TEST_F(RombusTool, WhatIsNotARegularFileIsNamedAndNothingBlocks) {
 
 TEST_F(RombusTool, AReportThatCannotBeWrittenIsAFailure) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
-    const fs::path err = folder_.path() / "stderr";
     for (const std::string& arguments :
-         {"check " + disk + " --registry " + registry_, std::string("registry import")}) {
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
-                                    " >/dev/full 2>'" + err.string() + "'";
-        const int raw = std::system(command.c_str());
-        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
-        EXPECT_THAT(readAll(err), HasSubstr("standard output cannot be written: No space left"));
+         {"check " + disk + " --registry " + registry_, std::string("registry import"),
+          std::string("--help"), std::string("--version"), std::string("check --help")}) {
+        const Outcome run = rombus_test::runCommand(folder_, "('" + std::string(ROMBUS_BINARY) +
+                                                                 "' " + arguments + " >/dev/full)");
+        EXPECT_EQ(run.status, 2) << arguments;
+        EXPECT_THAT(run.err, HasSubstr("standard output cannot be written: No space left"));
     }
 }
 
@@ -476,28 +456,9 @@ TEST_F(RombusTool, AdvisoriesStandBesideTheRecordsAndCountOnlyWhenStrict) {
                 HasSubstr("1 without problems. By kind: 1 with advisories only. By verdict: 1 "
                           "with\n    advisories only.\n"));
     EXPECT_EQ(registered("--strict check " + disk).status, 1);
-    const json report = rombusJson("check " + disk, 0);
-    EXPECT_TRUE(report["ok"].get<bool>());
-    EXPECT_EQ(report["nodes"][0]["advisories"][0]["kind"], "reserved-bus-option");
-    EXPECT_EQ(report["nodes"][0]["advisories"][0]["severity"], "advisory");
-    EXPECT_EQ(report["nodes"][0]["units"][0]["protocol"], "SBP-2 (storage)");
     const Outcome dump = registered("-x check " + disk);
     EXPECT_THAT(dump.out, HasSubstr("    ROM:\n000  FFFFF0000400  0404"));
     expectWithin100Columns(dump.out);
-}
-
-// The text as one line, every run of blanks and line breaks one blank: what wrapping and column
-// alignment leave aside.
-std::string flat(const std::string& text) {
-    std::string out;
-    for (char c : text) {
-        const bool blank = c == ' ' || c == '\n';
-        if (!blank)
-            out += c;
-        else if (!out.empty() && out.back() != ' ')
-            out += ' ';
-    }
-    return out;
 }
 
 TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
@@ -522,19 +483,6 @@ TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
     EXPECT_THAT(text, HasSubstr("By kind: 1 CRC only."));
     expectWithin100Columns(run.out);
 
-    const json report = rombusJson("check " + disk, 1);
-    const json& node = report["nodes"][0];
-    EXPECT_TRUE(node["beyondVerdict"].get<bool>());
-    EXPECT_EQ(node["units"][0]["protocol"], "SBP-2 (storage)");
-    const json& explanation = node["messages"][0]["explanation"];
-    EXPECT_EQ(explanation["kind"], "crc");
-    EXPECT_EQ(explanation["block"], "bus-info");
-    EXPECT_EQ(explanation["offset"], 0);
-    EXPECT_EQ(explanation["storedCrc"], 0x6FB8);
-    EXPECT_EQ(explanation["correctCrc"], 0x2973);
-    EXPECT_EQ(explanation["fix"], 0x04042973);
-    EXPECT_EQ(explanation["causes"], json::array({"length-whole-rom"}));
-
     const Outcome dump = registered("-x check " + disk);
     EXPECT_THAT(flat(dump.out), HasSubstr("^ means: the bus information block at 0h stores CRC "
                                           "6FB8h"));
@@ -549,77 +497,6 @@ TEST_F(RombusTool, EachRecordIsExplainedUnderItAndTheDeviceNeverDisappears) {
                                       "Capabilities), in the directory at 24h."));
     EXPECT_THAT(sampleText, HasSubstr("means: quadlet 1 holds 31333935h (\"1395\")"));
     EXPECT_THAT(sampleText, HasSubstr("By kind: 2 unreadable, 2 entry rules, 1 CRC only."));
-}
-
-TEST_F(RombusTool, EveryCrcCauseIsNamedWithItsFixInTextAndJson) {
-    // A root directory, a text leaf and a unit directory, each header given the CRC one firmware
-    // mistake computes; the fix is always the layout's own header.
-    rombus_test::RomLayout layout;
-    layout.directory({rombus_test::RomLayout::immediate(0x03, 0x00A027),
-                      rombus_test::RomLayout::ref(0x81, 1), rombus_test::RomLayout::ref(0xD1, 2)});
-    const int leaf = layout.textLeaf("Example");
-    const int unit = layout.directory({rombus_test::RomLayout::immediate(0x12, 0x00609E),
-                                       rombus_test::RomLayout::immediate(0x13, 0x010483),
-                                       rombus_test::RomLayout::immediate(0x17, 1)});
-    const std::vector<uint32_t> good = layout.quadlets();
-    const size_t root = 5, leafAt = layout.offsetOf(leaf) / 4, unitAt = layout.offsetOf(unit) / 4;
-    const auto crcOf = [&good](size_t first, size_t count, bool littleEndian) {
-        std::vector<uint32_t> quadlets(good.begin() + first, good.begin() + first + count);
-        for (uint32_t& q : quadlets)
-            if (littleEndian)
-                q = q >> 24 | (q >> 8 & 0xFF00) | (q << 8 & 0xFF0000) | q << 24;
-        return rombus_test::crc16(quadlets, 0, count);
-    };
-    const auto swap = [](uint16_t crc) { return uint16_t(crc << 8 | crc >> 8); };
-    std::vector<uint32_t> withHeader = {good[leafAt] & 0xFFFF0000};
-    withHeader.insert(withHeader.end(), good.begin() + leafAt + 1, good.begin() + leafAt + 5);
-    struct Case {
-        size_t header;
-        uint16_t stored;
-        json causes;
-        const char* text;
-    };
-    const Case cases[] = {
-        {leafAt, 0xFFFF, {"placeholder"}, "Cause: FFFFh is a placeholder"},
-        {unitAt,
-         crcOf(unitAt + 1, 2, false),
-         {"length-quadlets"},
-         "Cause: the CRC was computed over 2 quadlets instead of the 3 quadlets its header "
-         "declares."},
-        {leafAt,
-         rombus_test::crc16(withHeader, 0, 5),
-         {"header-included"},
-         "Cause: the CRC was computed with its header quadlet included."},
-        {root,
-         swap(crcOf(root + 1, 3, false)),
-         {"bytes-swapped"},
-         "Cause: the CRC was stored with its two bytes swapped."},
-        {unitAt,
-         swap(crcOf(unitAt + 1, 3, true)),
-         {"little-endian", "bytes-swapped"},
-         "Cause: the CRC was computed over little-endian quadlets (each quadlet's bytes reversed) "
-         "and stored with its two bytes swapped."},
-        {unitAt, 0x1234, json::array(), "No known cause."},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        std::vector<uint32_t> rom = good;
-        rom[c.header] = (good[c.header] & 0xFFFF0000) | c.stored;
-        const std::string file = write("cause.txt", hexLines(rom));
-        char where[96];
-        std::snprintf(where, sizeof where,
-                      "at %zXh stores CRC %04Xh; its CRC is %04Xh: store %08Xh", 4 * c.header,
-                      c.stored, good[c.header] & 0xFFFF, good[c.header]);
-        const std::string text = flat(registered("check " + file).out);
-        EXPECT_THAT(text, HasSubstr(where));
-        EXPECT_THAT(text, HasSubstr(c.text));
-        const json explanation =
-            rombusJson("check " + file, 1)["nodes"][0]["messages"][0]["explanation"];
-        EXPECT_EQ(explanation["offset"], 4 * c.header);
-        EXPECT_EQ(explanation["storedCrc"], c.stored);
-        EXPECT_EQ(explanation["fix"], good[c.header]);
-        EXPECT_EQ(explanation["causes"], c.causes);
-    }
 }
 
 TEST_F(RombusTool, TheKernelViewShowsModaliasesDriversAndNames) {
@@ -693,14 +570,6 @@ TEST_F(RombusTool, SavedRomsReadBackAsTheSameNodes) {
 TEST_F(RombusTool, WidthAndColourFollowTheTerminal) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
     const std::string bad = write("bad.txt", "04041234 31333935\n");
-    const auto onTerminal = [this](const std::string& environment, const std::string& arguments) {
-        const fs::path out = folder_.path() / "terminal";
-        const std::string command = "script -qec \"" + environment + " '" + ROMBUS_BINARY + "' " +
-                                    arguments + " --registry " + registry_ +
-                                    "\" /dev/null </dev/null >'" + out.string() + "'";
-        EXPECT_GE(std::system(command.c_str()), 0);
-        return readAll(out);
-    };
     const auto widest = [](const std::string& text) {
         size_t widest = 0;
         std::istringstream lines(text);
@@ -712,6 +581,11 @@ TEST_F(RombusTool, WidthAndColourFollowTheTerminal) {
     EXPECT_GT(widest(onTerminal("COLUMNS=140", "check " + disk)), 100u);
     EXPECT_LE(widest(onTerminal("COLUMNS=20", "check " + disk)), 60u);
     EXPECT_GT(widest(onTerminal("COLUMNS=20", "check " + disk)), 20u);
+    // A width the terminal cannot have is no width.
+    for (const char* columns : {"COLUMNS=-5", "COLUMNS=99999999999999999999999"})
+        EXPECT_LE(widest(onTerminal(columns, "check " + disk)), 100u) << columns;
+    // Standard input on a terminal: a word of what is awaited.
+    EXPECT_THAT(onTerminal("", "check -"), HasSubstr("reading a ROM image from standard input"));
     // Colour: on a terminal unless NO_COLOR; never in a file unless asked.
     const std::string yellow = "\033[33mwarning\033[0m";
     EXPECT_THAT(onTerminal("", "check " + bad), HasSubstr(yellow));
@@ -800,7 +674,9 @@ TEST_F(RombusTool, WithoutRegistryTheOneBuiltFromIeeeDataNamesTheVendors) {
 TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
     const fs::path generated = folder_.path() / "sysfs";
     const std::string generator = (fs::path(ROMBUS_BINARY).parent_path() / "make-sample").string();
-    ASSERT_EQ(std::system(("'" + generator + "' '" + generated.string() + "'").c_str()), 0);
+    ASSERT_EQ(
+        rombus_test::runCommand(folder_, "'" + generator + "' '" + generated.string() + "'").status,
+        0);
     size_t compared = 0;
     for (const auto& entry : fs::recursive_directory_iterator(sample)) {
         const fs::path relative = entry.path().lexically_relative(sample);
@@ -813,30 +689,6 @@ TEST_F(RombusTool, TheCommittedSampleIsWhatTheGeneratorWrites) {
         }
     }
     EXPECT_GT(compared, 20u);
-}
-
-// Runs a shell command line with the file size limit at zero, as a full disk would have it, and
-// answers its exit status and what it wrote to standard error (through a pipe, which no limit
-// of file sizes touches).
-Outcome withoutRoomToWrite(const std::string& arguments, const fs::path& folder) {
-    const fs::path err = folder / "full.err";
-    const std::string command =
-        "sh -c '(trap \"\" XFSZ; ulimit -f 0; \"" + std::string(ROMBUS_BINARY) + "\" " + arguments +
-        " 2>&1 >/dev/null; echo \"status $?\") | cat >\"" + err.string() + "\"'";
-    EXPECT_EQ(std::system(command.c_str()), 0);
-    const std::string text = readAll(err);
-    const size_t status = text.rfind("status ");
-    if (status == std::string::npos)
-        return {-1, "", text};
-    return {std::atoi(text.c_str() + status + 7), "", text.substr(0, status)};
-}
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
@@ -868,15 +720,13 @@ TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
     EXPECT_EQ(readAll(changed), "other");
 
     // No room: the old files stay whole and no part of a new one is left behind.
-    const Outcome full =
-        withoutRoomToWrite(save + " --overwrite --registry " + registry_, folder_.path());
+    const Outcome full = withoutRoomToWrite(save + " --overwrite --registry " + registry_);
     EXPECT_EQ(full.status, 2);
     EXPECT_THAT(full.err, HasSubstr("0030e00000000003.rom: cannot be written: File too large"));
     EXPECT_EQ(readAll(changed), "other");
     const fs::path empty = folder_.path() / "empty";
     EXPECT_EQ(withoutRoomToWrite("scan --sysfs " + sample + " --save-roms " + empty.string() +
-                                     " --registry " + registry_,
-                                 folder_.path())
+                                 " --registry " + registry_)
                   .status,
               2);
     EXPECT_TRUE(namesIn(empty).empty());
@@ -885,7 +735,7 @@ TEST_F(RombusTool, WrittenFilesAreWholeOrUntouchedAndNeverFollowLinks) {
                                                 "MA-L,080028,Texas Instruments\n");
     const std::string registry = write("share/registry.txt", "080028 Old\n");
     const Outcome noRoom =
-        withoutRoomToWrite("registry import --from " + source + " -o " + registry, folder_.path());
+        withoutRoomToWrite("registry import --from " + source + " -o " + registry);
     EXPECT_EQ(noRoom.status, 2);
     EXPECT_THAT(noRoom.err, HasSubstr("registry.txt: cannot be written: File too large"));
     EXPECT_EQ(readAll(registry), "080028 Old\n");
@@ -923,7 +773,7 @@ TEST_F(RombusTool, SavedRomsKeepTheirBytesWhateverTheyLookLike) {
         EXPECT_EQ(messagesOf(checked["nodes"][i]), messagesOf(scanned["nodes"][i])) << i;
     }
     // Any other name: the form is found from the bytes unless named.
-    const std::string text = write("printable.bin", asBytes(printable));
+    const std::string text = write("printable.bin", printable);
     EXPECT_THAT(rombus("check " + text).err, HasSubstr("is not a 32-bit quadlet"));
     const json forced = rombusJson("check --form binary " + text, 1);
     EXPECT_EQ(forced["nodes"][0]["guid"], "3030303030303030");
@@ -931,18 +781,8 @@ TEST_F(RombusTool, SavedRomsKeepTheirBytesWhateverTheyLookLike) {
     EXPECT_EQ(registered("check --form hex " + hex).status, 1);
 }
 
-TEST_F(RombusTool, OnlyABusWhoseEveryNodeWasReadIsClean) {
-    const rombus_test::SysfsTree tree(folder_.path() / "sysfs");
-    fs::copy_file(sampleDisk, tree.add("pci/a", "fw0") / "config_rom");
-    const std::string scan = "scan --sysfs " + tree.root().string();
-    EXPECT_EQ(registered(scan).status, 0);
-    EXPECT_TRUE(rombusJson(scan, 0)["ok"].get<bool>());
-    fs::create_directory_symlink("../../../devices/pci/a/gone",
-                                 tree.root() / "bus/firewire/devices/fw1");
-    EXPECT_EQ(registered(scan).status, 1);
-    EXPECT_FALSE(rombusJson(scan, 1)["ok"].get<bool>());
-    // No bus, or a bus without a node: nothing was read, which is neither clean nor a node's
-    // problem.
+TEST_F(RombusTool, ABusWithoutNodesIsNeitherCleanNorANodesProblem) {
+    // No bus, or a bus without a node: nothing was read.
     for (const fs::path& root : {folder_.path() / "nobus", folder_.path() / "sysfs-empty"}) {
         fs::create_directories(root);
         if (root.filename() == "sysfs-empty")
@@ -950,29 +790,12 @@ TEST_F(RombusTool, OnlyABusWhoseEveryNodeWasReadIsClean) {
         const Outcome none = registered("scan --sysfs " + root.string());
         EXPECT_EQ(none.status, 3) << root;
         EXPECT_THAT(none.out, HasSubstr("No FireWire devices under " + root.string()));
-        EXPECT_FALSE(rombusJson("scan --sysfs " + root.string(), 3)["ok"].get<bool>());
+        const json report = rombusJson("scan --sysfs " + root.string(), 3);
+        EXPECT_FALSE(report["ok"].get<bool>());
+        EXPECT_FALSE(report["result"].get<bool>());
+        EXPECT_TRUE(report["devices"].empty());
     }
     EXPECT_THAT(rombus("--help").out, HasSubstr("3  no FireWire bus, or no node on it"));
-}
-
-TEST_F(RombusTool, VendorLookupsOfOneNodeAreBounded) {
-    using rombus_test::RomLayout;
-    // 64 ids, each read through the whole registry, are read whole; the 65th is one too many.
-    RomLayout storm(0x0030E00000000031ull);
-    storm.directory(std::vector<RomLayout::Item>(80, RomLayout::immediate(0x03, 0xFFFFFF)));
-    RomLayout few(0x0030E00000000032ull);
-    few.directory(std::vector<RomLayout::Item>(64, RomLayout::immediate(0x03, 0xFFFFFF)));
-    const std::string stormFile = write("storm.rom", asBytes(storm.image()));
-    const std::string fewFile = write("few.rom", asBytes(few.image()));
-    const Outcome run = registered("check " + fewFile + " " + stormFile);
-    EXPECT_EQ(run.status, 1);
-    EXPECT_THAT(run.out, HasSubstr("Reading stopped: the ROM asked for more than 64 vendor "
-                                   "lookups"));
-    EXPECT_THAT(run.out, HasSubstr("1 without problems"));
-    const json report = rombusJson("check " + fewFile + " " + stormFile, 1);
-    EXPECT_TRUE(report["nodes"][0]["readingStopped"].is_null());
-    EXPECT_EQ(report["nodes"][1]["readingStopped"],
-              json::parse(R"({"budget": "lookups", "limit": 64})"));
 }
 
 TEST_F(RombusTool, InvisibleAndDirectionalCharactersAreEscaped) {
@@ -997,35 +820,9 @@ TEST_F(RombusTool, InvisibleAndDirectionalCharactersAreEscaped) {
 
 TEST_F(RombusTool, SmallEdgesAreToldNotHidden) {
     const std::string disk = write("disk.le", readAll(sampleDisk));
-    // A width the terminal cannot have is no width.
-    for (const char* columns : {"-5", "99999999999999999999999"}) {
-        const fs::path out = folder_.path() / "terminal";
-        const std::string command = std::string("script -qec \"COLUMNS=") + columns + " '" +
-                                    ROMBUS_BINARY + "' check " + disk + " --registry " + registry_ +
-                                    "\" /dev/null </dev/null >'" + out.string() + "'";
-        EXPECT_GE(std::system(command.c_str()), 0);
-        std::istringstream lines(readAll(out));
-        for (std::string line; std::getline(lines, line);)
-            EXPECT_LE(line.size(), 101u) << columns;
-    }
-    // Standard input on a terminal: a word of what is awaited.
-    const fs::path out = folder_.path() / "terminal";
-    const std::string command = std::string("script -qec \"'") + ROMBUS_BINARY +
-                                "' check -\" /dev/null </dev/null >'" + out.string() + "'";
-    EXPECT_GE(std::system(command.c_str()), 0);
-    EXPECT_THAT(readAll(out), HasSubstr("reading a ROM image from standard input"));
-
     const Outcome dumpJson = registered("-x check " + disk + " --format json");
     EXPECT_EQ(dumpJson.status, 0);
     EXPECT_THAT(dumpJson.err, HasSubstr("--dump is not part of the JSON report"));
-    for (const char* arguments : {"--help", "--version", "check --help"}) {
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' " + arguments +
-                                    " >/dev/full 2>'" + (folder_.path() / "err").string() + "'";
-        const int raw = std::system(command.c_str());
-        EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 2) << arguments;
-        EXPECT_THAT(readAll(folder_.path() / "err"),
-                    HasSubstr("standard output cannot be written: No space left"));
-    }
     const Outcome notAFolder =
         registered("scan --sysfs " + sample + " --save-roms " + disk + "/roms");
     EXPECT_EQ(notAFolder.status, 2);
@@ -1049,13 +846,12 @@ TEST_F(RombusTool, AReaderThatLeavesEndsTheReportQuietly) {
     std::string files;
     for (int i = 0; i < 40; ++i)
         files += " " + disk;
-    const fs::path err = folder_.path() / "err";
-    const std::string command = std::string("bash -c \"'") + ROMBUS_BINARY + "' -x check" + files +
-                                " --registry " + registry_ + " 2>'" + err.string() +
-                                "' | head -c 1 >/dev/null; exit \\${PIPESTATUS[0]}\"";
-    const int raw = std::system(command.c_str());
-    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 128 + SIGPIPE);
-    EXPECT_EQ(readAll(err), "");
+    const Outcome run =
+        rombus_test::runCommand(folder_, std::string("bash -c \"'") + ROMBUS_BINARY + "' -x check" +
+                                             files + " --registry " + registry_ +
+                                             " | head -c 1 >/dev/null; exit \\${PIPESTATUS[0]}\"");
+    EXPECT_EQ(run.status, 128 + SIGPIPE);
+    EXPECT_EQ(run.err, "");
 }
 
 TEST_F(RombusTool, RegistryImportTakesLittleMemoryWhateverTheInput) {
@@ -1067,11 +863,10 @@ TEST_F(RombusTool, RegistryImportTakesLittleMemoryWhateverTheInput) {
         write("blank.csv", "Registry,Assignment,Organization Name\n" + std::string(16 << 20, '\n') +
                                "MA-L,080028,Texas Instruments\n");
     const fs::path out = folder_.path() / "imported.txt";
-    const std::string command = "sh -c 'ulimit -v 262144; exec \"" + std::string(ROMBUS_BINARY) +
-                                "\" registry import --from \"" + blank + "\" -o \"" + out.string() +
-                                "\"'";
-    const int raw = std::system(command.c_str());
-    EXPECT_EQ(WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, 0);
+    const Outcome run = rombus_test::runCommand(
+        folder_, "sh -c 'ulimit -v 262144; exec \"" + std::string(ROMBUS_BINARY) +
+                     "\" registry import --from \"" + blank + "\" -o \"" + out.string() + "\"'");
+    EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(readAll(out), "080028 Texas Instruments\n");
 }
 
@@ -1082,7 +877,7 @@ TEST_F(RombusTool, DeeplyNestedDirectoriesAreReportedWhole) {
     for (int level = 1; level < 120; ++level)
         nested.directory({RomLayout::ref(0xD4, level + 1)});
     nested.directory({RomLayout::immediate(0x17, 0x000042)});
-    const json report = rombusJson("check " + write("nested.rom", asBytes(nested.image())), 0);
+    const json report = rombusJson("check " + write("nested.rom", nested.image()), 0);
     json entry = report["nodes"][0]["entries"][1];
     int depth = 0;
     while (!entry["children"].empty()) {

@@ -10,15 +10,13 @@
 #include "rombus_support/BusShapes.h"
 #include "rombus_support/FwKernel.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 #include "rombus_support/TypicalRom.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <sys/wait.h>
-
-#include <fstream>
 #include <sstream>
 
 namespace rombus {
@@ -172,25 +170,11 @@ TEST(Topology, DeepTreesStayWithinTheWidth) {
 
 class TopologyTool : public ::testing::Test {
 protected:
-    struct Outcome {
-        int status = -1;
-        std::string out, err;
-    };
+    using Outcome = rombus_test::Outcome;
 
     Outcome rombus(const std::string& arguments, const std::string& environment = "") {
-        const std::string out = (folder_.path() / "stdout").string();
-        const std::string err = (folder_.path() / "stderr").string();
-        const std::string command = environment + " '" + ROMBUS_BINARY + "' " + arguments + " >'" +
-                                    out + "' 2>'" + err + "'";
-        const int raw = std::system(command.c_str());
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readAll(out), readAll(err)};
-    }
-
-    static std::string readAll(const std::string& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream content;
-        content << in.rdbuf();
-        return content.str();
+        return rombus_test::runCommand(folder_,
+                                       environment + " '" + ROMBUS_BINARY + "' " + arguments);
     }
 
     std::string savedBus(unsigned gap) {

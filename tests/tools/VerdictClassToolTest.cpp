@@ -7,47 +7,25 @@
 #include "ReportSchema.h"
 #include "rombus_support/RomLayout.h"
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
-#include <sys/wait.h>
-
-#include <cstdlib>
-#include <fstream>
 #include <set>
-#include <sstream>
 
 namespace {
 
 using nlohmann::json;
+using rombus_test::flat;
+using rombus_test::hexLines;
+using rombus_test::Outcome;
 using rombus_test::RomLayout;
 using testing::HasSubstr;
-
-struct Outcome {
-    int status;
-    std::string out;
-};
-
-std::string hexLines(const std::vector<uint32_t>& quadlets) {
-    std::string text;
-    char line[16];
-    for (uint32_t quadlet : quadlets) {
-        std::snprintf(line, sizeof line, "%08X\n", quadlet);
-        text += line;
-    }
-    return text;
-}
 
 class VerdictClassTool : public ::testing::Test {
 protected:
     Outcome rombus(const std::string& arguments) {
-        const std::string out = (folder_.path() / "stdout").string();
-        const std::string command = std::string("'") + ROMBUS_BINARY + "' --registry '" +
-                                    ROMBUS_SOURCE_DIR + "/tests/roms/registry.txt' " + arguments +
-                                    " >'" + out + "' 2>/dev/null";
-        const int raw = std::system(command.c_str());
-        std::ifstream in(out);
-        std::stringstream text;
-        text << in.rdbuf();
-        return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, text.str()};
+        return rombus_test::runCommand(folder_, std::string("'") + ROMBUS_BINARY +
+                                                    "' --registry '" + ROMBUS_SOURCE_DIR +
+                                                    "/tests/roms/registry.txt' " + arguments);
     }
 
     json report(const std::string& arguments, int expectedStatus) {
@@ -59,15 +37,6 @@ protected:
 
     rombus_test::TestFolder folder_;
 };
-
-// The text as one line, every run of blanks and line breaks one blank.
-std::string flat(const std::string& text) {
-    std::string out;
-    for (char c : text)
-        if ((c != ' ' && c != '\n') || (!out.empty() && out.back() != ' '))
-            out += c == '\n' ? ' ' : c;
-    return out;
-}
 
 TEST_F(VerdictClassTool, EachPermittedKindExits0AndFailsOnlyWhenStrict) {
     // Node_Vendor_Id (key 08h) in the root directory, as IEEE 1212-1994 put it.

@@ -1,12 +1,11 @@
 #include "inspect/io/AtomicFile.h"
 
 #include "rombus_support/TestFolder.h"
+#include "rombus_support/ToolRun.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <thread>
@@ -19,27 +18,13 @@ namespace fs = std::filesystem;
 using rombus::WriteOutcome;
 using rombus::WriteRules;
 using rombus::writeWholeFile;
-
-std::string readAll(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
+using rombus_test::namesIn;
+using rombus_test::readAll;
 
 mode_t modeOf(const fs::path& path) {
     struct stat status {};
     EXPECT_EQ(::stat(path.c_str(), &status), 0) << path;
     return status.st_mode & 07777;
-}
-
-// Nothing but the named files: no temporary file left behind.
-std::vector<std::string> namesIn(const fs::path& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 const WriteRules Replace{.replace = true};

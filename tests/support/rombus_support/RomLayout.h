@@ -27,6 +27,24 @@ inline std::vector<uint8_t> busOrderBytes(const std::vector<uint32_t>& quadlets)
     return bytes;
 }
 
+// A small ROM typed byte for byte, in bus order: a bus information block whose CRC is left as
+// 1234h, then a root directory of one vendor entry (28 bytes).
+inline const std::vector<uint8_t> smallRomBytes = {
+    0x04, 0x04, 0x12, 0x34, '1',  '3',  '9',  '4',  0xE0, 0x64, 0x80, 0x02, 0x00, 0x30,
+    0xE0, 0x00, 0x00, 0x00, 0x00, 0x01, 0x00, 0x01, 0xAB, 0xCD, 0x03, 0x00, 0x30, 0xE0};
+
+// Quadlets as hex text, one a line: the tool's own hex image form.
+inline std::string hexLines(const std::vector<uint32_t>& quadlets) {
+    static const char digits[] = "0123456789ABCDEF";
+    std::string text;
+    for (uint32_t q : quadlets) {
+        for (int shift = 28; shift >= 0; shift -= 4)
+            text += digits[(q >> shift) & 0xF];
+        text += '\n';
+    }
+    return text;
+}
+
 // The fields of a bus information block: bus name, bus options and GUID.
 struct BusInfo {
     uint64_t guid = 0x0001020304050607ull;

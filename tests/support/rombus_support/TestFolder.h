@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 namespace rombus_test {
 
@@ -35,6 +37,11 @@ public:
         return file.string();
     }
 
+    // Writes an image's bytes as they are.
+    std::string write(const std::string& name, const std::vector<uint8_t>& bytes) const {
+        return write(name, std::string(bytes.begin(), bytes.end()));
+    }
+
 private:
     static std::filesystem::path uniquePath() {
         const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
@@ -46,5 +53,14 @@ private:
 
     std::filesystem::path path_;
 };
+
+// The names in a folder, sorted: what a writer left there, temporary files included.
+inline std::vector<std::string> namesIn(const std::filesystem::path& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+        names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 } // namespace rombus_test

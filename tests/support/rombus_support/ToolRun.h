@@ -38,4 +38,18 @@ inline Outcome runCommand(const TestFolder& folder, const std::string& commandLi
     return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, readAll(out), readAll(err)};
 }
 
+// The text as one line, every run of blanks and line breaks one blank: what wrapping and column
+// alignment leave aside.
+inline std::string flat(const std::string& text) {
+    std::string out;
+    for (char c : text) {
+        const bool blank = c == ' ' || c == '\n';
+        if (!blank)
+            out += c;
+        else if (!out.empty() && out.back() != ' ')
+            out += ' ';
+    }
+    return out;
+}
+
 } // namespace rombus_test
