@@ -46,7 +46,7 @@ inline std::vector<std::pair<std::string, std::vector<uint8_t>>> overlappingRoms
                       overlappingRom(inner, {{0x28, 1}, {0x20, 3}, {0x14, 2}}));
     std::vector<uint32_t> past = inner;
     past.insert(past.end(), {0x33333333, 0x44444444});
-    roms.emplace_back("leaf past a leaf's end",
+    roms.emplace_back("leaf past the end of a leaf",
                       overlappingRom(past, {{0x28, 3}, {0x20, 3}, {0x14, 2}}));
     std::vector<uint32_t> directory = inner;
     directory[7] = 0xD1000003;
