@@ -14,10 +14,13 @@
 // The entries of a ROM description as they are read, each checked against the place it stands.
 namespace rombus::description {
 
-// An error at a place of the description.
+// An error at a place of the description; a node that stands nowhere (the document of an empty
+// file) gives no line.
 struct DescriptionError : std::runtime_error {
     DescriptionError(const YAML::Node& node, const std::string& what)
-        : std::runtime_error(format("line %d: ", node.Mark().line + 1) + what) {}
+        : std::runtime_error(node.Mark().is_null()
+                                 ? "the description is empty: " + what
+                                 : format("line %d: ", node.Mark().line + 1) + what) {}
 };
 
 // A number of at most max, in decimal or with 0x in hexadecimal; what names it in an error.

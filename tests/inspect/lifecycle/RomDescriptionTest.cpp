@@ -217,6 +217,9 @@ TEST(RomDescription, AMistakeInADescriptionIsToldWithItsLine) {
         {"guid: 1\nroot:\n  - unit: {value: 4, at: 0x40}\n",
          "line 3: an entry given by its value has no block: value stands alone"},
         {"minimal_vendor_id: 1\nroot: []\n", "line 1: a minimal ROM is its vendor alone"},
+        // A file with nothing in it stands on no line.
+        {"", "the description is empty: a description is a map"},
+        {"\n\n", "the description is empty: a description is a map"},
         // Nested deeper than any ROM nests, in flow or block style: refused before the parser
         // goes deeper.
         {"guid: 1\nroot:\n  - unit: " + repeated("[", 100000) + "\n",
