@@ -64,44 +64,44 @@ package-check: package
 clean:
 	rm -rf $(BUILD) $(PACKAGE_BUILD)
 
-# Proof under fire: fuzzing, sanitizers, leak checks and benchmarks, each in a build folder of
-# its own so that none disturbs the others.
-FUZZ_BUILD ?= build-fuzz
+# Proof under fire: fuzzing, sanitizers, leak checks and benchmarks. The sanitized suite and the
+# fuzzers share one build folder: clang 14 instruments every library and test program with
+# AddressSanitizer, UBSan and libFuzzer's coverage; only the fuzz targets link libFuzzer itself,
+# so the test programs run as plain programs under the sanitizers.
 ASAN_BUILD ?= build-asan
 FUZZ_SECONDS ?= 60
-FUZZ_FLAGS = -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
-SANITIZE_FLAGS = -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer
+SANITIZE_FLAGS = -fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all \
+                 -fno-omit-frame-pointer
 SANITIZE_ENV = ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
                UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
-.PHONY: fuzz-build fuzz fuzz-smoke fuzz-corpus sanitize valgrind bench
+.PHONY: sanitize-configure fuzz-build fuzz fuzz-smoke fuzz-corpus sanitize valgrind bench
 
-# The libFuzzer targets, with clang 14 and every library instrumented.
-fuzz-build:
-	@scripts/setup fuzz
-	@cmake -S . -B $(FUZZ_BUILD) -DROMBUS_FUZZ=ON -DBUILD_TESTING=OFF -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-	    -DCMAKE_CXX_COMPILER=clang++-14 \
-	    "-DCMAKE_CXX_FLAGS=$(FUZZ_FLAGS)" > /dev/null
-	@cmake --build $(FUZZ_BUILD) -j$(JOBS) --target fuzzers make-corpus
+sanitize-configure:
+	@scripts/setup sanitize fuzz
+	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON -DROMBUS_FUZZ=ON \
+	    -DROMBUS_BENCH=OFF -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 \
+	    "-DCMAKE_CXX_FLAGS=$(SANITIZE_FLAGS)" "-DCMAKE_C_FLAGS=$(SANITIZE_FLAGS)" > /dev/null
 
-# Each fuzz target for FUZZ_SECONDS seconds (make fuzz FUZZ_SECONDS=600).
+# The libFuzzer targets alone.
+fuzz-build: sanitize-configure
+	@cmake --build $(ASAN_BUILD) -j$(JOBS) --target fuzzers make-corpus
+
+# Each fuzz target for FUZZ_SECONDS seconds (make fuzz FUZZ_SECONDS=600), JOBS at a time.
 fuzz: fuzz-build
-	@fuzz/run $(FUZZ_BUILD) $(FUZZ_SECONDS)
+	@FUZZ_JOBS=$(JOBS) fuzz/run $(ASAN_BUILD) $(FUZZ_SECONDS)
 
 # What CI runs: each target for 20 seconds.
 fuzz-smoke: fuzz-build
-	@fuzz/run $(FUZZ_BUILD) 20
+	@FUZZ_JOBS=$(JOBS) fuzz/run $(ASAN_BUILD) 20
 
 # Writes the seed corpus of fuzz/corpus anew from fuzz/make-corpus.cpp.
 fuzz-corpus: fuzz-build
-	@rm -rf fuzz/corpus && ASAN_OPTIONS=detect_leaks=0 $(FUZZ_BUILD)/bin/make-corpus fuzz/corpus
+	@rm -rf fuzz/corpus && ASAN_OPTIONS=detect_leaks=0 $(ASAN_BUILD)/bin/make-corpus fuzz/corpus
 
-# The whole test suite built with AddressSanitizer and UndefinedBehaviorSanitizer; any report
-# stops the test that made it.
-sanitize:
-	@scripts/setup sanitize
-	@cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBUILD_TESTING=ON \
-	    "-DCMAKE_CXX_FLAGS=$(SANITIZE_FLAGS)" "-DCMAKE_C_FLAGS=$(SANITIZE_FLAGS)" > /dev/null
+# The whole test suite (and the fuzz targets) built with AddressSanitizer and
+# UndefinedBehaviorSanitizer; any report stops the test that made it.
+sanitize: sanitize-configure
 	@$(SANITIZE_ENV) cmake --build $(ASAN_BUILD) -j$(JOBS)
 	@cd $(ASAN_BUILD) && $(SANITIZE_ENV) ctest --output-on-failure -j$(JOBS)
 

@@ -14,7 +14,12 @@ set_target_properties(rombus_shared PROPERTIES OUTPUT_NAME rombus EXPORT_NAME Ro
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/rombus.map)
 target_link_options(rombus_shared PRIVATE
-    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/rombus.map -Wl,--no-undefined)
+    -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/rombus.map)
+# Every symbol the library uses comes from itself or from the libraries it links; except in a
+# sanitized build, where clang leaves its sanitizer runtime to the programs that load the library.
+if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    target_link_options(rombus_shared PRIVATE -Wl,--no-undefined)
+endif()
 target_link_libraries(rombus_shared PRIVATE PkgConfig::PCRE2 yaml-cpp)
 target_include_directories(rombus_shared PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/interfaces> $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>

@@ -125,7 +125,7 @@ TEST(Topology, JsonAndDotCarryTheSameBus) {
     EXPECT_EQ(disk["phyIds"]["vendorId"], "0030e0");
     EXPECT_EQ(disk["phyIds"]["vendorName"], "OXFORD SEMICONDUCTOR LTD.");
     EXPECT_EQ(bus["phys"][1]["ports"],
-              nlohmann::json::parse(R"(["child","parent","not connected"])"));
+              nlohmann::ordered_json::parse(R"(["child","parent","not connected"])"));
     EXPECT_EQ(bus["phys"][3]["children"][1]["phyId"], 2);
     EXPECT_EQ(bus["health"].size(), 2u);
     const std::string dot = busDot(views);
