@@ -18,12 +18,12 @@
 #include "vesk5/DiagModule.h"
 #include "vesk5/SysInfoModule.h"
 #include "zul/Buffer.h"
+#include "zul/Digits.h"
 #include "zul/Log.h"
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -171,15 +171,6 @@ void RegistryFgetsFloor(benchmark::State& state) {
 void RegistryHandMatchedFloor(benchmark::State& state) {
     if (!needRegistry(state))
         return;
-    static constexpr auto digits = [] {
-        std::array<uint8_t, 256> values{};
-        values.fill(0xFF);
-        for (unsigned c = 0; c < 10; ++c)
-            values['0' + c] = static_cast<uint8_t>(c);
-        for (unsigned c = 0; c < 6; ++c)
-            values['A' + c] = static_cast<uint8_t>(10 + c);
-        return values;
-    }();
     for (auto _ : state) {
         FILE* file = std::fopen(fullRegistry().c_str(), "r");
         char line[256];
@@ -188,8 +179,8 @@ void RegistryHandMatchedFloor(benchmark::State& state) {
             const size_t length = std::strlen(line);
             size_t end = 0;
             uint32_t id = 0;
-            while (end < length && digits[static_cast<unsigned char>(line[end])] < 16)
-                id = id << 4 | digits[static_cast<unsigned char>(line[end++])];
+            while (end < length && zul::digitValue(line[end]) < 16)
+                id = id << 4 | zul::digitValue(line[end++]);
             const std::string text(line, end);
             if (text.empty())
                 continue;
